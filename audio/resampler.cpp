@@ -1,0 +1,202 @@
+#include "audio/resampler.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "fft/window.h"
+#include "tavel/clones.h"
+#include "tavel/error.h"
+#include "tavel/saturate.h"
+#include "tavel/sig_proc/tavel_firls.h"
+#include "tavel/tavel_dense_vector.h"
+
+namespace corvane {
+
+rational rational_ratio(double x)
+{
+    const double tolerance = std::max(1e-12, std::abs(x) * std::numeric_limits<double>::epsilon());
+    double numerator = 1.0, denominator = 0.0;
+    double last_numerator = 0.0, last_denominator = 1.0;
+    double y = x;
+    // The test is turned round so that a NaN ends the loop.
+    do {
+        const double digit = std::round(y);
+        y = 1.0 / (y - digit);
+        last_numerator = std::exchange(numerator, numerator * digit + last_numerator);
+        last_denominator = std::exchange(denominator, denominator * digit + last_denominator);
+    } while (std::abs(numerator / denominator - x) >= tolerance);
+    const double sign = denominator < 0.0 ? -1.0 : 1.0;
+    return {tavel::saturate_cast<std::uint32_t>(numerator / sign),
+            tavel::saturate_cast<std::uint32_t>(std::abs(denominator))};
+}
+
+namespace {
+
+constexpr std::int64_t half_length = 10; // of the filter, in steps of the coarser grid
+constexpr double kaiser_beta = 5.0;
+constexpr int kaiser_window = 5;
+
+filter_sizes size_filter(const rational& ratio)
+{
+    filter_sizes filter{.up = ratio.numerator, .down = ratio.denominator};
+    const std::int64_t order = 2 * half_length * std::max(filter.up, filter.down);
+    if (order >= std::numeric_limits<int>::max())
+        throw std::length_error("resampling filter too long");
+    filter.padding = filter.down - order / 2 % filter.down;
+    filter.length = order + 1 + filter.padding;
+    filter.latency = (filter.length - 1 + 2 * filter.down - 1) / (2 * filter.down);
+    filter.taps = (filter.length + filter.up - 1) / filter.up;
+    filter.taps += filter.taps % 2;
+    return filter;
+}
+
+// One row of `taps` per phase: every up-th coefficient, reversed in time.
+std::vector<double> design_phases(const filter_sizes& filter)
+{
+    const int coefficients = static_cast<int>(filter.length - filter.padding);
+    const double cutoff = 0.5 / static_cast<double>(std::max(filter.up, filter.down));
+    const tavel::Vector<double> lowpass =
+        tavel::firls(coefficients - 1, {0.0, 2.0 * cutoff, 2.0 * cutoff, 1.0}, {1.0, 1.0, 0.0, 0.0});
+    std::vector<double> window(static_cast<std::size_t>(coefficients));
+    libfft::make_window(kaiser_window, coefficients, window.data(), kaiser_beta);
+
+    std::vector<double> phases(static_cast<std::size_t>(filter.up * filter.taps));
+    const double gain = static_cast<double>(filter.up);
+    for (int i = 0; i < coefficients; ++i) {
+        const std::int64_t e = filter.padding + i;
+        const std::int64_t row = e % filter.up, tap = filter.taps - 1 - e / filter.up;
+        phases.data()[row * filter.taps + tap] = gain * lowpass[i] * window.data()[i];
+    }
+    return phases;
+}
+
+} // namespace
+
+Resampler::Resampler(int target_hz, int source_hz)
+{
+    if (target_hz < 1 || source_hz < 1)
+        throw tavel::error("The resampler can't operate with sampling rates equal to zero.\n"
+                           "                     Check the user code for roundings.");
+    const rational ratio = rational_ratio(static_cast<double>(target_hz) / source_hz);
+    if (ratio.numerator != ratio.denominator) {
+        filter = size_filter(ratio);
+        output_count(block_size); // refuses a ratio that can't work before a filter of its length is designed
+        phases = design_phases(filter);
+    }
+    input.resize(static_cast<std::size_t>(std::max<std::int64_t>(filter.taps, 1) - 1 + block_size));
+}
+
+// Outputs, dropped ones included, that fall on the next `n` samples.
+std::int64_t Resampler::positions(int n) const
+{
+    return (n * filter.up - phase + filter.down - 1) / filter.down;
+}
+
+std::int64_t Resampler::output_count(int n) const
+{
+    const std::int64_t count = std::max<std::int64_t>(0, positions(n) - (first_block ? filter.latency : 0));
+    if (count == 0 && phase < n * filter.up % filter.down)
+        throw tavel::error("The resampling ratio is too low for this frame size: increase the frame size");
+    return count;
+}
+
+namespace {
+
+using quad = double __attribute__((vector_size(32)));
+
+void load(const double* source, quad& values)
+{
+    std::memcpy(&values, source, sizeof values);
+}
+
+// The dot products of one row with `count` stretches of the input. Even and odd taps are summed apart, whatever the
+// stretch, and added at the end. Four outputs at a time hide the latency of the additions; each quad holds the two
+// sums of an output and of the next one.
+TAVEL_CLONES
+void filter_stretches(const double* row, std::ptrdiff_t taps, const double* input, std::ptrdiff_t input_step,
+                      std::ptrdiff_t count, double* output, std::ptrdiff_t output_step)
+{
+    for (; count >= 4; count -= 4, input += 4 * input_step, output += 4 * output_step) {
+        quad sums[2] = {};
+        std::ptrdiff_t t = 0;
+        for (; t + 4 <= taps; t += 4) {
+            quad coefficients;
+            load(row + t, coefficients);
+            for (int g = 0; g < 2; ++g) {
+                quad first, second;
+                load(input + 2 * g * input_step + t, first);
+                load(input + (2 * g + 1) * input_step + t, second);
+                first *= coefficients;
+                second *= coefficients;
+                sums[g] += __builtin_shufflevector(first, second, 0, 1, 4, 5);
+                sums[g] += __builtin_shufflevector(first, second, 2, 3, 6, 7);
+            }
+        }
+        for (int g = 0; g < 2; ++g) {
+            const double* const x = input + 2 * g * input_step + t;
+            const double* const next_x = x + input_step;
+            if (t < taps)
+                sums[g] += quad{row[t] * x[0], row[t + 1] * x[1], row[t] * next_x[0], row[t + 1] * next_x[1]};
+            output[2 * g * output_step] = sums[g][0] + sums[g][1];
+            output[(2 * g + 1) * output_step] = sums[g][2] + sums[g][3];
+        }
+    }
+    for (; count > 0; --count, input += input_step, output += output_step) {
+        double even = 0.0, odd = 0.0;
+        for (std::ptrdiff_t t = 0; t < taps; t += 2) {
+            even += row[t] * input[t];
+            odd += row[t + 1] * input[t + 1];
+        }
+        *output = even + odd;
+    }
+}
+
+} // namespace
+
+void Resampler::run(int n, std::span<double> out)
+{
+    const std::int64_t count = output_count(n);
+    if (static_cast<std::int64_t>(out.size()) < count)
+        throw tavel::error("Output vector too small.");
+    if (filter.taps == 0) {
+        std::copy_n(input.begin(), n, out.begin());
+        return;
+    }
+    // Outputs that are `up` apart share a row of coefficients, and their stretches lie `down` samples apart.
+    const std::int64_t all = positions(n);
+    const std::int64_t rows = std::min(filter.up, count);
+    std::int64_t position = phase + (all - count) * filter.down;
+    for (std::int64_t m = 0; m < rows; ++m, position += filter.down) {
+        const double* const row = phases.data() + position % filter.up * filter.taps;
+        const double* const stretch = input.data() + position / filter.up;
+        const std::int64_t outputs = (count - m + filter.up - 1) / filter.up;
+        filter_stretches(row, filter.taps, stretch, filter.down, outputs, out.data() + m, filter.up);
+    }
+    phase += all * filter.down - n * filter.up;
+    first_block = false;
+    std::copy_n(input.begin() + n, filter.taps - 1, input.begin());
+}
+
+void Resampler::flush(std::span<double> out) const
+{
+    if (static_cast<std::int64_t>(out.size()) < filter.latency)
+        throw tavel::error("Output vector too small.");
+    // What the samples past the end would add is left out.
+    std::int64_t position = phase;
+    for (std::int64_t m = 0; m < filter.latency; ++m, position += filter.down) {
+        const double* const row = phases.data() + position % filter.up * filter.taps;
+        const std::int64_t shift = position / filter.up;
+        const double* const history = input.data() + shift;
+        double sum = 0.0;
+        for (std::int64_t t = 0; t < filter.taps - shift - 1; ++t)
+            sum += history[t] * row[t];
+        out.data()[m] = sum;
+    }
+}
+
+} // namespace corvane

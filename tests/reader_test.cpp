@@ -1,0 +1,174 @@
+#include "audio/basic_sound_reader.h"
+#include "audio/make_reader.h"
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <random>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "test_sound.h"
+
+namespace {
+
+constexpr int mp3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III;
+
+class Reader : public testing::Test {
+protected:
+    std::string path(const std::string& name) const { return folder.path(name); }
+
+    std::string cut_sound(const std::string& name, int format) const
+    {
+        write_sound(path(name), 48000, 1, 60000, format);
+        std::filesystem::resize_file(path(name), std::filesystem::file_size(path(name)) / 2);
+        return path(name);
+    }
+
+    std::vector<double> decode(const std::string& name) const
+    {
+        SF_INFO info{};
+        const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(path(name).c_str(), SFM_READ, &info), sf_close);
+        std::vector<double> samples(static_cast<std::size_t>(info.frames * info.channels));
+        sf_readf_double(file.get(), samples.data(), info.frames);
+        return samples;
+    }
+
+    bool open(const std::string& name) { return reader.open(path(name).c_str(), 0, -1); }
+
+    test_folder folder;
+    corvane::BasicSoundReader reader;
+    std::vector<double> room = std::vector<double>(50000);
+};
+
+// Reads, and compares with the sound between endless zeros.
+int read_and_compare(corvane::AbstractReader& reader, const std::vector<double>& sound, int start, int n)
+{
+    std::vector<double> buffer(static_cast<std::size_t>(n * reader.channels() + 1), -77.0), expected;
+    const int count = reader.read(buffer.data(), start, n);
+    for (std::ptrdiff_t i = 0, from = std::ptrdiff_t{start} * reader.channels(); i < n * reader.channels(); ++i)
+        expected.push_back(from + i < 0 || from + i >= std::ssize(sound) ? 0.0 : sound.data()[from + i]);
+    expected.push_back(-77.0);
+    EXPECT_EQ(buffer, expected) << n << " frames from " << start;
+    return count;
+}
+
+template <class EXCEPTION>
+void expect_failure(const std::function<void()>& call, const std::string& text)
+{
+    EXPECT_THAT(call, testing::ThrowsMessage<EXCEPTION>(testing::StrEq(text)));
+}
+
+TEST_F(Reader, ReadsLikeThePlainlyDecodedSoundAtAnyPosition)
+{
+    write_sound(path("a"), 8000, 2, 20000, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+    const std::vector<double> sound = decode("a");
+    ASSERT_TRUE(open("a"));
+    std::mt19937 engine(7);
+    bool end_is_known = false;
+    for (int i = 0, start = 0; i < 1000 && !HasFailure(); ++i) {
+        const int n = std::uniform_int_distribution(1, i < 500 ? 51 : 500)(engine); // the blocks grow half way
+        const int reach = i % 10 == 0 ? 40000 : 3000;
+        start = std::clamp(start + std::uniform_int_distribution(-reach, reach)(engine), -9000, 29000);
+        const int count = read_and_compare(reader, sound, start, n);
+        end_is_known = end_is_known || count < n;
+        EXPECT_EQ(count, end_is_known ? std::clamp(20000 - start, 0, n) : n) << n << " frames from " << start;
+    }
+}
+
+TEST_F(Reader, CountsTheFramesUpToTheEndAsFarAsItIsKnown)
+{
+    write_sound(path("a"), 8000, 1, 3000);
+    write_sound(path("b"), 11025, 1, 8000, SF_FORMAT_AU | SF_FORMAT_PCM_16);
+    ASSERT_TRUE(open("a"));
+    constexpr std::tuple<int, int, int> steps[] = {
+        {-10, 20, 20},  {600, 20, 20}, {100, 20, 20},           {-20, 20, 20}, {2990, 0, 0},
+        {2990, 20, 10}, {3000, 5, 0},  {-2147483647 - 1, 7, 7}, {0, 20, 20},
+    };
+    for (const auto& [start, n, count] : steps)
+        EXPECT_EQ(read_and_compare(reader, decode("a"), start, n), count) << start;
+
+    // A pipe only goes forward. With blocks of 512 frames the fourth read finds its own in the cache, but the block
+    // before is out of reach, which counts as the end of the file.
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    std::fstream pipe(path("pipe"), std::ios::in | std::ios::out | std::ios::binary); // in: opens at once
+    pipe << std::ifstream(path("b"), std::ios::binary).rdbuf() << std::flush;
+    ASSERT_TRUE(open("pipe"));
+    pipe.close();
+    for (const auto& [start, count] : {std::pair{0, 50}, {1000, 50}, {2990, 50}, {2500, 0}})
+        EXPECT_EQ(read_and_compare(reader, decode("b"), start, 50), count) << start;
+    EXPECT_EQ(read_and_compare(reader, {}, 1600, 50), 0);
+}
+
+TEST_F(Reader, OpensNothingButSounds)
+{
+    write_sound(path("a"), 22050, 3, 10);
+    std::ofstream(path("empty"));
+    std::ofstream(path("text")) << "no sound\n";
+    ASSERT_EQ(mkfifo(path("unwritten_pipe").c_str(), 0600), 0);
+    const std::string folders(1022 - path("a").size(), '/'); // "a" behind them has a path of 1023 bytes
+    const auto answers = [this] { return std::vector{reader.sample_rate(), reader.channels(), reader.frames()}; };
+    const std::string names[] = {"none", "", "empty", "text", "unwritten_pipe", folders + "/aa"};
+    for (const std::string& name : names) {
+        EXPECT_FALSE(open(name)) << name;
+        EXPECT_EQ(answers(), std::vector(3, -1)) << name;
+        expect_failure<std::logic_error>([&] { reader.read(room.data(), 0, 1); }, "readsnd::FileObj: no open file");
+        EXPECT_TRUE(open(folders + "/a"));
+        EXPECT_EQ(answers(), (std::vector{22050, 3, 10}));
+    }
+    EXPECT_TRUE(reader.open(path("text").c_str(), 1, SF_FORMAT_RAW | SF_FORMAT_PCM_S8)) << "as headerless";
+    read_and_compare(reader, {'n' / 128.0, 'o' / 128.0}, 0, 2);
+    ASSERT_TRUE(reader.open(cut_sound("cut", SF_FORMAT_FLAC | SF_FORMAT_PCM_16).c_str(), 0, -1));
+    expect_failure<std::runtime_error>([&] { reader.read(room.data(), 0, 50000); }, "readsnd::FileObj::read error \n");
+}
+
+std::unique_ptr<corvane::AbstractReader> open_all(const std::vector<std::string>& paths)
+{
+    std::vector<const char*> names;
+    for (const std::string& path : paths)
+        names.push_back(path.empty() ? nullptr : path.c_str());
+    return corvane::make_reader(static_cast<int>(names.size()), names.data());
+}
+
+TEST_F(Reader, TakesTheMeanOfAllChannelsOfSeveralFiles)
+{
+    write_sound(path("mono"), 44100, 1, 2000);
+    write_sound(path("stereo"), 44100, 2, 2000);
+    std::vector<double> mean = decode("mono");
+    const std::vector<double> pairs = decode("stereo");
+    for (std::size_t i = 0; i < mean.size(); ++i)
+        mean[i] = (mean[i] + (pairs[2 * i] + pairs[2 * i + 1])) * (1.0 / 3.0);
+    for (const bool mono_first : {false, true}) {
+        const auto split = open_all({path(mono_first ? "mono" : "stereo"), path(mono_first ? "stereo" : "mono")});
+        EXPECT_EQ(read_and_compare(*split, mean, -5, 20), 20);
+        EXPECT_EQ(read_and_compare(*split, mean, 1990, 20), 10);
+        expect_failure<std::logic_error>([&] { split->open("", 0, -1); }, "internal error: unexpected open");
+        expect_failure<std::logic_error>([&] { split->close(true); }, "internal error: unexpected close");
+    }
+}
+
+TEST_F(Reader, RefusesFilesThatDontAgree)
+{
+    const std::string a = path("a"), fast = path("fast"), longer = path("longer"), none = path("none");
+    write_sound(a, 48000, 1, 60000, mp3);
+    write_sound(fast, 96000, 1, 60001);
+    write_sound(longer, 48000, 1, 60001);
+    const std::string begin = "invalid split files: '" + a + "' and '";
+    expect_failure<std::logic_error>([&] { open_all({}); }, "internal error: invalid path count for split file");
+    expect_failure<std::invalid_argument>([&] { open_all({""}); }, "invalid path at position 0");
+    expect_failure<std::invalid_argument>([&] { open_all({a, "", none}); }, "invalid path at position 1");
+    for (const auto& c : {
+             std::pair{std::vector{none}, "error opening file '" + none + "'"},
+             {{a, none, fast}, "error opening file '" + none + "'"},
+             {{a, fast}, begin + fast + "' have different sampling rates 48000 and 96000"},
+             {{a, a, longer}, begin + longer + "' have different lengths 60000 and 60001"},
+         })
+        expect_failure<std::runtime_error>([&] { open_all(c.first); }, c.second);
+    const auto split = open_all({a, cut_sound("cut", mp3)});
+    EXPECT_EQ(split->read(room.data(), 0, 1000), 1000);
+    expect_failure<std::runtime_error>([&] { split->read(room.data(), 40000, 1000); },
+                                       "error reading split files: inconsistent eof");
+}
+
+} // namespace
