@@ -1,0 +1,19 @@
+#pragma once
+
+#include "tavel/tavel_dense_vector.h"
+#include "veloria/progress.h"
+
+namespace veloria {
+
+/// Which features lead, and how the lead passes on from frame to frame: over the window of each row, a histogram of
+/// the transitions from the four largest features of a frame to the four largest of the next, the better ranked
+/// ones weighing more. Only the order of the features counts, not their values; equal ones rank in ascending order
+/// of their numbers.
+/// @param stream   frames by features, at least 4 features
+/// @param modeled  sized here: a row per center; column i * features + j holds the transitions from feature i to
+///                 feature j. A row sums to 536 for each pair of neighbouring frames in its window.
+/// @throws corvane::cancel_exception
+void model_mph(const tavel::Matrix<double>& stream, int modeling_frames, const tavel::Vector<int>& frame_centers,
+               tavel::Matrix<double>& modeled, progress_record& progress);
+
+} // namespace veloria

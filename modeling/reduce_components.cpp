@@ -1,0 +1,129 @@
+#include "modeling/reduce_components.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "tavel/error.h"
+#include "tavel/lapack.h"
+#include "tavel/sort.h"
+
+namespace veloria {
+
+namespace {
+
+// The threshold is 0, which a column with a NaN misses, or a NaN itself after an infinite mean: then all columns stay.
+void screen_columns(tavel::Matrix<double>& stream)
+{
+    if (stream.columns == 0)
+        throw tavel::error("min/max_elem called for empty expression \n");
+    const tavel::Vector<double> means = tavel::mean(stream, 1);
+    double largest = 0.0; // a NaN is passed over
+    for (const double mean : means)
+        largest = std::max(largest, std::fabs(mean));
+    const double threshold = 0.0 * largest;
+    tavel::Vector<int> selected;
+    for (int c = 0; c < stream.columns; ++c) {
+        if (std::fabs(means[c]) >= threshold)
+            selected.push_back(c);
+    }
+    if (selected.size > 2)
+        stream = tavel::select_columns(stream, selected);
+}
+
+void center_columns(tavel::Matrix<double>& stream)
+{
+    const tavel::Vector<double> means = tavel::mean(stream, 1);
+    for (int c = 0; c < stream.columns; ++c) {
+        double* column = stream.column_data(c);
+        for (int i = 0; i < stream.rows; ++i)
+            column[i] -= means[c];
+    }
+}
+
+// Left singular vectors, a full square of them, and singular values in descending order; destroys `matrix`.
+void factorise(tavel::Matrix<double>& matrix, tavel::Matrix<double>& u_full, tavel::Vector<double>& singular)
+{
+    const int m = matrix.rows;
+    const int n = matrix.columns;
+    const int leading = std::max(m, 1);
+    const int work_length = std::max(5 * singular.size, 3 * singular.size + std::max(m, n));
+    tavel::Matrix<double> vt_full(n, n);
+    tavel::Vector<double> work(work_length);
+    int info = 0; // not looked at: values that didn't converge still order the rows
+    dgesvd_("A", "A", &m, &n, matrix.data, &leading, singular.data, u_full.data, &leading, vt_full.data, &n, work.data,
+            &work_length, &info, 1, 1);
+}
+
+// Component numbers by descending variance, higher numbers first among equal ones. `variances` is put into that order:
+// the singular values come sorted, so that only equal values change places and it can be done in place.
+tavel::Vector<int> order_components(tavel::Vector<double>& variances)
+{
+    tavel::Vector<double> ascending;
+    tavel::Vector<int> order;
+    tavel::sort(variances, ascending, order, "ascend");
+    std::reverse(order.begin(), order.end());
+    for (int i = 0; i < variances.size; ++i)
+        variances[i] = variances[order[i]];
+    return order;
+}
+
+// Positions of the components above a hundredth of the largest variance. Fewer than 3 get two more, so that one
+// becomes three and two become four, as far as there are as many.
+tavel::Vector<int> select_components(const tavel::Vector<double>& variances)
+{
+    tavel::Vector<int> selected;
+    for (int c = 0; c < variances.size; ++c) {
+        if (variances[c] > 0.01 * variances[0])
+            selected.push_back(c);
+    }
+    if (selected.size >= 3)
+        return selected;
+    if (selected.size == 0)
+        selected.push_back(0);
+    selected.push_back(selected[selected.size - 1] + 1);
+    selected.push_back(selected[selected.size - 1] + 1);
+    while (selected.size > 0 && selected[selected.size - 1] >= variances.size)
+        selected.resize(selected.size - 1);
+    return selected;
+}
+
+void reduce_stream(tavel::Matrix<double>& stream)
+{
+    screen_columns(stream);
+    center_columns(stream);
+    const int rows = stream.rows;
+    tavel::Matrix<double> u_full(rows, rows);
+    tavel::Vector<double> singular(std::min(rows, stream.columns));
+    factorise(stream, u_full, singular);
+
+    tavel::Vector<double> variances(singular.size);
+    for (int c = 0; c < variances.size; ++c) {
+        const double deviation = singular[c] / std::sqrt(rows - 1.0);
+        variances[c] = deviation * deviation;
+    }
+    const tavel::Vector<int> order = order_components(variances);
+    const tavel::Vector<int> selected = select_components(variances);
+
+    stream.resize(rows, selected.size);
+    for (int k = 0; k < selected.size; ++k) {
+        const int component = order[selected[k]];
+        const double* axis = u_full.column_data(component);
+        double* scores = stream.column_data(k);
+        for (int i = 0; i < rows; ++i)
+            scores[i] = singular[component] * axis[i];
+    }
+}
+
+} // namespace
+
+void reduce_components(tavel::Vector<tavel::Matrix<double>>& streams, progress_record& progress)
+{
+    double columns = 0.0;
+    for (tavel::Matrix<double>& stream : streams) {
+        reduce_stream(stream);
+        columns += stream.columns;
+        report_progress(progress, columns);
+    }
+}
+
+} // namespace veloria

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "tavel/tavel_dense_vector.h"
+#include "veloria/progress.h"
+
+namespace veloria {
+
+/// Mean, and if asked variance, of each feature over the window of each row.
+/// @param stream         frames by features
+/// @param modeled        sized here: a row per center; a column of means per feature, then one of variances.
+///                       A variance is the one that divides by the count of the frames. Both are NaN where a window
+///                       has no frames.
+/// @throws corvane::cancel_exception
+void model_window_statistics(const tavel::Matrix<double>& stream, int modeling_frames,
+                             const tavel::Vector<int>& frame_centers, bool with_variance,
+                             tavel::Matrix<double>& modeled, progress_record& progress);
+
+} // namespace veloria

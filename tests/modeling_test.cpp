@@ -1,0 +1,155 @@
+// The frame grid, the kinds of modeling and the stage around them.
+#include "modeling/model_streams.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <complex>
+#include <numeric>
+#include <vector>
+
+#include "modeling/frame_grid.h"
+#include "modeling/mph.h"
+#include "modeling/spectral.h"
+#include "modeling/window_statistics.h"
+#include "tavel/error.h"
+
+namespace {
+
+using namespace veloria;
+using matrix = tavel::Matrix<double>;
+using numbers = std::vector<double>;
+
+// 17 values, so that many are equal.
+matrix noise(int rows, int columns)
+{
+    matrix stream(rows, columns);
+    for (int i = 0; i < rows * columns; ++i)
+        stream.data[i] = std::round(8.0 * std::sin(i * i));
+    return stream;
+}
+
+// What a kind of modeling makes of the window around each frame.
+matrix rows_of(auto model, const matrix& stream, auto... settings)
+{
+    tavel::Vector<int> centers(stream.rows);
+    std::iota(centers.begin(), centers.end(), 0);
+    const progress_sink sink{[](void*, double) { return true; }, nullptr};
+    progress_record progress{&sink, 0.0, 1.0, 1.0};
+    matrix modeled;
+    model(stream, settings..., centers, modeled, progress);
+    return modeled;
+}
+
+TEST(FrameGrid, PlacesEachFrameOnceAndEndsAtTheLast)
+{
+    const std::vector<std::pair<numbers, std::vector<int>>> cases{
+        {{0.0, 2.5, 3.5, 4.49, 4.5}, {0, 1, 2, 3}}, // frame 0 lies at 2.0; ties go away from zero
+        {{4.0, 11.0, 11.2}, {2, 9}},
+        {{4.0, 12.0, 11.0}, {2}},
+        {{std::nan(""), 1e300, 5.0}, {0}},
+    };
+    for (const auto& [grid, expected] : cases) {
+        const tavel::Vector<int> centers = place_frame_centers(grid, 2.0, 1.0, 10);
+        EXPECT_EQ(std::vector(centers.begin(), centers.end()), expected);
+    }
+}
+
+TEST(Windows, AreOddAndHaveADefinedEnd)
+{
+    const std::vector<std::pair<double, int>> cases{
+        {8.0, 7}, {6.5, 7}, {0.49, -1}, {std::nan(""), -1}, {1e300, INT_MAX}};
+    for (const auto& [frames, width] : cases)
+        EXPECT_EQ(modeling_window_frames(frames * 2.0, 0.5), width) << frames;
+    EXPECT_EQ(window_around(50, INT_MAX, 100).count, 100);
+    EXPECT_TRUE(std::isnan(rows_of(model_spectrum, noise(9, 1), 37.5, -1)(8, 0)));
+    EXPECT_THAT([] { rows_of(model_spectrum, noise(9, 1), 37.5, INT_MAX); },
+                testing::ThrowsMessage<tavel::error>("tavel error: realfft_vec:: Error in realfft"));
+}
+
+TEST(WindowStatistics, DivideByTheFramesThatAreThere)
+{
+    const auto meanvar = [](auto& x, int width, auto& c, auto&... out) {
+        model_window_statistics(x, width, c, true, out...);
+    };
+    matrix ramp(9, 1);
+    std::iota(ramp.data, ramp.data + 9, 0.0);
+    EXPECT_DOUBLE_EQ(rows_of(meanvar, ramp, 5)(0, 1), 2.0 / 3.0); // (n^2 - 1) / 12
+    EXPECT_DOUBLE_EQ(rows_of(meanvar, ramp, 5)(4, 1), 2.0);
+    EXPECT_EQ(rows_of(meanvar, ramp, 1)(4, 1), 0.0);
+    EXPECT_TRUE(std::isnan(rows_of(meanvar, ramp, -1)(4, 0)) && std::isnan(rows_of(meanvar, ramp, -1)(4, 1)));
+}
+
+TEST(Spectrum, PlacesItsBands)
+{
+    using bands = std::vector<modulation_band>;
+    EXPECT_EQ(modulation_bands(37.5, 256), (bands{{7, 14}, {20, 102}, {102, 128}}));
+    EXPECT_EQ(modulation_bands(75.0, 64), (bands{{1, 2}, {3, 13}, {13, 21}}));
+    EXPECT_EQ(modulation_bands(37.5, 1), (bands{{0, 0}, {0, 0}, {0, 0}}));
+    EXPECT_EQ(modulation_bands(20.0, 16), (bands{{1, 2}, {2, 8}}));
+    EXPECT_EQ(modulation_bands(1.5, 4), bands());
+}
+
+TEST(Spectrum, SumsTheMagnitudesOfADirectTransform)
+{
+    const matrix stream = noise(50, 1), rows = rows_of(model_spectrum, stream, 37.5, 37);
+    const modulation_band bands[] = {{2, 3}, {5, 26}, {26, 32}};
+    for (int cell = 0; cell < 50 * 3; ++cell) {
+        const auto [first, n] = window_around(cell / 3, 37, 50);
+        const double mean = std::accumulate(stream.data + first, stream.data + first + n, 0.0) / n;
+        double sum = 0.0;
+        for (int k = bands[cell % 3].first_bin; k <= bands[cell % 3].last_bin; ++k) {
+            std::complex<double> bin;
+            for (int t = 0; t < n; ++t)
+                bin += (stream.data[first + t] - mean) / n * std::polar(1.0, -2.0 * M_PI * k * t / 64);
+            sum += std::abs(bin);
+        }
+        EXPECT_EQ(rows(cell / 3, 0), std::fabs(mean));
+        EXPECT_NEAR(rows(cell / 3, cell % 3 + 1), sum, 4e-13); // up to 22 bins, each within 10 epsilon of 8
+    }
+}
+
+TEST(Mph, WeighsTransitionsByTheRanksOfBothFrames)
+{
+    const matrix stream = noise(40, 13), rows = rows_of(model_mph, stream, 5);
+    const auto weight = [&](int t, int feature) { // so low beyond the first four that no pair is above 0
+        int rank = 0;
+        for (int f = 0; f < 13; ++f)
+            rank += stream(t, f) > stream(t, feature) || (stream(t, f) == stream(t, feature) && f < feature);
+        return rank == 0 ? 25.0 : rank == 1 ? 18.0 : rank == 2 ? 14.0 : rank == 3 ? 10.0 : -100.0;
+    };
+    for (int cell = 0; cell < 40 * 169; ++cell) {
+        const auto [first, n] = window_around(cell / 169, 5, 40);
+        double expected = 0.0;
+        for (int t = first; t + 1 < first + n; ++t)
+            expected += std::max(weight(t, cell % 169 / 13) + weight(t + 1, cell % 13), 0.0);
+        EXPECT_EQ(rows(cell / 169, cell % 169), expected) << cell;
+    }
+}
+
+// The modeling has three quarters of the bar, the ranks 18 % of that.
+TEST(ModelStreams, ReportsEachRowOnItsPieceOfTheBar)
+{
+    tavel::Vector<matrix> features(1), scores;
+    features[0] = noise(40, 4);
+    tavel::Vector<double> times;
+    numbers positions;
+    const auto keep = [](void* log, double x) { return static_cast<numbers*>(log)->push_back(x), true; };
+    const progress_sink sink{keep, &positions};
+    for (const numbers& grid : {numbers{0.1, 0.2, 0.3, 0.4, 0.5, 0.6}, {0.1, 0.2, 0.3}}) {
+        progress_record progress{&sink, 0.2, 0.4, 1.0};
+        model_streams(features, 11025.0, {440, 11906, 294}, grid, 0.2, 3, {9.0, 3.0, 1.0}, times, scores, progress);
+        ASSERT_EQ(positions.size(), 40 + grid.size() + 1);
+        EXPECT_DOUBLE_EQ(positions[0], 0.2 + 0.054 / 40);
+        EXPECT_DOUBLE_EQ(positions[40], 0.254 + 0.246 / times.size);
+        EXPECT_DOUBLE_EQ(positions[39 + grid.size()], 0.5);
+        EXPECT_DOUBLE_EQ(positions.back(), 0.5 + 0.1 * scores[0].columns / 16);
+        positions.clear();
+    }
+    EXPECT_EQ(scores[0].columns, 16); // 3 rows stay as they are
+}
+
+} // namespace

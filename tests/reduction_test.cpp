@@ -1,0 +1,94 @@
+// The reduction of a stream to its principal components.
+#include "modeling/reduce_components.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <vector>
+
+#include "tavel/error.h"
+
+namespace {
+
+using matrix = tavel::Matrix<double>;
+
+matrix noise(int rows, int columns)
+{
+    matrix stream(rows, columns);
+    for (int i = 0; i < rows * columns; ++i)
+        stream.data[i] = std::sin(i * i);
+    return stream;
+}
+
+matrix reduced(const matrix& stream)
+{
+    double position = 0.0;
+    const auto keep = [](void* last, double units) { return *static_cast<double*>(last) = units, true; };
+    const veloria::progress_sink sink{keep, &position};
+    veloria::progress_record progress{&sink, 0.0, 1.0, 1.0};
+    tavel::Vector<matrix> streams(1);
+    streams[0] = stream;
+    veloria::reduce_components(streams, progress);
+    EXPECT_EQ(position, streams[0].columns);
+    return streams[0];
+}
+
+double squared_distance(const matrix& stream, int row)
+{
+    const tavel::Vector<double> squares = square(stream(row, tavel::all) - stream(0, tavel::all));
+    return std::accumulate(squares.begin(), squares.end(), 0.0);
+}
+
+TEST(Reduction, KeepsDistances)
+{
+    for (const matrix& stream : {noise(30, 8), noise(6, 20), noise(4, 12)}) {
+        const matrix scores = reduced(stream);
+        ASSERT_EQ(scores.columns, std::min(stream.rows - 1, stream.columns));
+        for (int i = 1; i < stream.rows; ++i) // within a modest multiple of epsilon times the norm
+            EXPECT_NEAR(squared_distance(scores, i), squared_distance(stream, i), 1e-14 * stream.rows * stream.columns);
+    }
+}
+
+// Each column has a size on two rows of its own, and is a component of its own.
+TEST(Reduction, OrdersComponentsAndFillsUpFew)
+{
+    const std::vector<std::pair<std::vector<double>, std::vector<int>>> cases{
+        {{0.0, 0.0, 0.0, 0.0}, {3, 2, 1}},      {{1.0, 0.09, 0.08, 0.07}, {0, 1, 2}},
+        {{0.09, 1.0, 0.5, 0.08}, {1, 2, 0, 3}}, {{0.5, 1.0, 0.11, 0.09}, {1, 0, 2}},
+        {{1.0, 0.5, 0.01}, {0, 1, 2}},          {{0.01, 1.0}, {1, 0}},
+        {{1.0, 1.0, 0.5, 0.5}, {1, 0, 3, 2}},
+    };
+    for (const auto& [sizes, components] : cases) {
+        SCOPED_TRACE(testing::PrintToString(sizes));
+        matrix stream(8, static_cast<int>(sizes.size())), expected(8, static_cast<int>(components.size()));
+        for (int c = 0; c < stream.columns; ++c)
+            stream(2 * c, c) = -(stream(2 * c + 1, c) = sizes.data()[c]);
+        matrix scores = reduced(stream);
+        ASSERT_EQ(scores.columns, expected.columns);
+        for (int i = 0; i < 8 * scores.columns; ++i)
+            EXPECT_NEAR(std::fabs(scores.data[i]), std::fabs(stream(i % 8, components.data()[i / 8])), 1e-15);
+    }
+}
+
+TEST(Reduction, LeavesOutColumnsThatHaveNoMeanIfThreeOthersAreThere)
+{
+    matrix whole, rest(10, 3);
+    for (const int bad : {0, 3}) {
+        whole = noise(10, 4);
+        std::copy_n(whole.column_data(bad == 0 ? 1 : 0), 30, rest.data);
+        whole(5, bad) = std::nan("");
+        const matrix scores = reduced(whole), expected = reduced(rest);
+        EXPECT_EQ(std::vector(scores.data, scores.data + 30), std::vector(expected.data, expected.data + 30));
+    }
+    for (const double also_bad : {std::nan(""), HUGE_VAL}) {
+        whole(5, 1) = also_bad;
+        EXPECT_TRUE(std::isnan(reduced(whole)(0, 0)));
+    }
+    EXPECT_THAT([] { reduced(matrix(10, 0)); },
+                testing::ThrowsMessage<tavel::error>("tavel error: min/max_elem called for empty expression \n"));
+}
+
+} // namespace
