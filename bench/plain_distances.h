@@ -1,0 +1,140 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <utility>
+
+#include "tavel/hist.h"
+#include "tavel/interp1q.h"
+#include "tavel/tavel_dense_vector.h"
+#include "veloria/progress.h"
+
+/// The distance stage and its bytes step by step: a pass per step, a bisection per cell. What the kernels are compared
+/// with, bit by bit, and measured against.
+namespace plain {
+
+using veloria::progress_record;
+using veloria::report_progress;
+
+// The cells (i, j) below the diagonal, by columns.
+template <class STEP>
+void for_each_pair(int n, STEP step)
+{
+    for (int j = 0; j < n - 1; ++j)
+        for (int i = j + 1; i < n; ++i)
+            step(i, j);
+}
+
+// The strict lower parts of the columns, copied out and back.
+template <class STEP>
+void for_each_column(tavel::Matrix<double>& m, STEP step)
+{
+    for (int j = 0; j < m.columns - 1; ++j) {
+        tavel::Vector<double> column(m.rows - 1 - j);
+        std::copy_n(m.column_data(j) + j + 1, column.size, column.begin());
+        step(column, j);
+        std::copy_n(column.begin(), column.size, m.column_data(j) + j + 1);
+    }
+}
+
+inline void measure_pairs(const tavel::Matrix<double>& stream, tavel::Matrix<double>& distance,
+                          const progress_record& progress)
+{
+    double pairs = 0.0;
+    for (int i = 1; i < stream.rows; ++i) {
+        for (int j = 0; j < i; ++j) {
+            double sum = 0.0;
+            for (int k = 0; k < stream.columns; ++k)
+                sum += (stream(i, k) - stream(j, k)) * (stream(i, k) - stream(j, k));
+            distance(i, j) = std::sqrt(sum);
+        }
+        report_progress(progress, pairs += i);
+    }
+}
+
+inline double largest_below_diagonal(const tavel::Matrix<double>& m)
+{
+    double largest = 0.0;
+    for_each_pair(m.rows, [&](int i, int j) { largest = m(i, j) > largest ? m(i, j) : largest; });
+    return largest;
+}
+
+inline void normalize_lower_triangle(tavel::Matrix<double>& m, double low)
+{
+    const double scale = 1.0 / (largest_below_diagonal(m) - low);
+    for_each_pair(m.rows, [&](int i, int j) { m(i, j) = (m(i, j) - low) * scale; });
+}
+
+inline void equalise(tavel::Matrix<double>& distance, progress_record& progress)
+{
+    const int n = distance.rows;
+    const double largest = largest_below_diagonal(distance);
+    tavel::Vector<double> centers(51), counts(51);
+    for (int k = 0; k <= 50; ++k)
+        centers[k] = k * (largest / 50.0);
+    progress.scale = progress.range / (static_cast<double>(n) * n);
+    double cells = 0.0;
+    for_each_column(distance, [&](tavel::Vector<double>& column, int j) {
+        tavel::hist(column, centers, counts);
+        report_progress(progress, cells += n - j);
+    });
+    counts[0] += static_cast<double>(std::int64_t{n - 1} * n / 2 + n);
+    for (int k = 1; k <= 50; ++k)
+        counts[k] += counts[k - 1];
+    report_progress(progress, cells += n / 2);
+    for_each_column(distance, [&](tavel::Vector<double>& column, int j) {
+        tavel::interp1q(centers, counts, column, column);
+        report_progress(progress, cells += n - j);
+    });
+    normalize_lower_triangle(distance, counts[0]);
+    report_progress(progress, cells + n / 2);
+}
+
+/// For two frames or more.
+inline void compute_frame_distances(const tavel::Vector<tavel::Matrix<double>>& streams,
+                                    tavel::Matrix<double>& distance, progress_record& progress)
+{
+    const int n = streams[0].rows;
+    int columns = 0;
+    for (const auto& stream : streams)
+        columns += stream.columns;
+    const double unit = progress.range / (streams.size * 28.4 + columns);
+    double base = progress.offset;
+    for (const auto& stream : streams) {
+        progress.offset = base;
+        progress.range = stream.columns * unit;
+        distance.resize(n, n);
+        progress.scale = progress.range / static_cast<double>(std::int64_t{n - 1} * n / 2);
+        plain::measure_pairs(stream, distance, progress);
+        normalize_lower_triangle(distance, 0.0);
+        progress.offset = base + progress.range;
+        progress.range = unit * 28.4;
+        equalise(distance, progress);
+        for_each_pair(n, [&](int i, int j) { distance(i - j - 1, n - 1 - j) += distance(i, j); });
+        base = progress.offset + progress.range;
+    }
+    for_each_pair(n, [&](int i, int j) { distance(i, j) = std::exchange(distance(i - j - 1, n - 1 - j), 0.0); });
+}
+
+inline void quantise(const tavel::Matrix<double>& distance, tavel::Matrix<unsigned char>& similarity)
+{
+    const int n = distance.rows;
+    const std::span cells(distance.data, static_cast<std::size_t>(n) * static_cast<std::size_t>(n));
+    double low = cells[0];
+    double high = cells[0];
+    for (const double x : cells) {
+        low = x < low ? x : low;
+        high = x > high ? x : high;
+    }
+    similarity.resize(n, n);
+    std::fill_n(similarity.data, cells.size(), static_cast<unsigned char>(255));
+    for_each_pair(n, [&](int j, int i) {
+        const double level = std::round(255.0 * (1.0 - (distance(j, i) - low) * (1.0 / (high - low))));
+        similarity(j, i) = similarity(i, j) = static_cast<unsigned char>(level >= 0.0 ? level : 0.0);
+    });
+}
+
+} // namespace plain

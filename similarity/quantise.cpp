@@ -1,0 +1,80 @@
+#include "similarity/quantise.h"
+
+#include <algorithm>
+
+#include "tavel/clones.h"
+
+namespace veloria {
+
+namespace {
+
+// Bytes are mirrored square by square, so that both sides of the diagonal are written while they are in the cache.
+constexpr int tile = 64;
+
+struct value_range {
+    double smallest, largest;
+};
+
+// Over all cells: the zeros on and above the diagonal are where both extremes start. A NaN never compares.
+value_range find_range(const tavel::Matrix<double>& distance)
+{
+    value_range range{0.0, 0.0};
+    for (int j = 0; j < distance.columns; ++j) {
+        const double* const column = distance.column_data(j);
+        for (int i = j + 1; i < distance.rows; ++i) {
+            range.smallest = column[i] < range.smallest ? column[i] : range.smallest;
+            range.largest = column[i] > range.largest ? column[i] : range.largest;
+        }
+    }
+    return range;
+}
+
+// Levels lie between 0 and 255 but for two that become 0: a NaN, and minus infinity from a range so small that its
+// inverse is infinite.
+TAVEL_CLONES
+void quantise_column(const double* distances, int count, double smallest, double scale, unsigned char* __restrict bytes)
+{
+    for (int i = 0; i < count; ++i) {
+        const double level = 255.0 * (1.0 - (distances[i] - smallest) * scale);
+        const double held = level > 0.0 ? level : 0.0;
+        const int whole = static_cast<int>(held);
+        const int rounded = whole + (held - whole >= 0.5 ? 1 : 0); // halves go up
+        bytes[i] = static_cast<unsigned char>(rounded);
+    }
+}
+
+// Rows first_row to end_row - 1 below the diagonal of columns first_column to end_column - 1, and their mirror image.
+void quantise_tile(const tavel::Matrix<double>& distance, const value_range& range, int first_column, int end_column,
+                   int first_row, int end_row, tavel::Matrix<unsigned char>& similarity)
+{
+    const double scale = 1.0 / (range.largest - range.smallest);
+    for (int j = first_column; j < end_column; ++j) {
+        const int row = std::max(first_row, j + 1);
+        quantise_column(distance.column_data(j) + row, end_row - row, range.smallest, scale,
+                        similarity.column_data(j) + row);
+    }
+    const unsigned char* const cells = similarity.data;
+    const std::ptrdiff_t leading = *similarity.leading;
+    for (int i = first_row; i < end_row; ++i) {
+        unsigned char* const mirrored = similarity.column_data(i);
+        for (int j = first_column; j < std::min(end_column, i); ++j)
+            mirrored[j] = cells[j * leading + i];
+    }
+}
+
+} // namespace
+
+void quantise_distances(const tavel::Matrix<double>& distance, tavel::Matrix<unsigned char>& similarity, int n)
+{
+    similarity.resize(n, n);
+    const value_range range = find_range(distance);
+    const int measured = std::min(n, distance.rows);
+    for (int column = 0; column < measured; column += tile)
+        for (int row = column; row < measured; row += tile)
+            quantise_tile(distance, range, column, std::min(column + tile, measured), row,
+                          std::min(row + tile, measured), similarity);
+    for (int i = 0; i < n; ++i)
+        similarity(i, i) = 255;
+}
+
+} // namespace veloria
