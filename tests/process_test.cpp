@@ -1,0 +1,335 @@
+// The nine functions: what they refuse, and the life of a job.
+#include "veloria/veloria.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/test_sound.h"
+
+namespace {
+
+using namespace veloria;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+process_handle* start(const std::string& input, const std::string& output, features_type features = mixed,
+                      modeling_type modeling = mean, double window = 1.0, double step = 0.5)
+{
+    const char* path = input.c_str();
+    return process(1, &path, output.c_str(), features, modeling, window, step);
+}
+
+process_state wait_for_end(process_handle* job)
+{
+    process_state state = getState(job);
+    while (state == process_running || state == process_canceling) {
+        usleep(500);
+        state = getState(job);
+    }
+    return state;
+}
+
+std::string contents(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class Process : public testing::Test {
+protected:
+    test_folder folder;
+    const std::string sound = folder.path("sound.wav");
+    const std::string output = folder.path("out.sdif");
+
+    void SetUp() override { write_sound(sound, 11025, 1, 33075); }
+};
+
+// A sound that comes through a pipe: the worker of its job stands still in its first read until the rest is fed.
+class PipedSound {
+public:
+    PipedSound()
+    {
+        EXPECT_EQ(pipe(ends), 0);
+        // AU: magic, header size, data size, 16-bit linear, rate, channels, annotation
+        const unsigned header[] = {0x2e736e64, 28, 2 * frames, 3, 11025, 1, 0};
+        for (const unsigned word : header)
+            for (int shift = 24; shift >= 0; shift -= 8)
+                bytes.push_back(static_cast<char>(word >> shift));
+        EXPECT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+    ~PipedSound() { close(ends[0]); }
+
+    std::string path() const { return "/dev/fd/" + std::to_string(ends[0]); }
+
+    void feed()
+    {
+        std::string data;
+        for (int i = 0; i < 2 * frames; ++i)
+            data.push_back(static_cast<char>(i * i / 7));
+        EXPECT_EQ(write(ends[1], data.data(), data.size()), static_cast<ssize_t>(data.size()));
+        close(ends[1]);
+    }
+
+private:
+    static constexpr int frames = 30000; // less than a pipe holds
+    int ends[2] = {-1, -1};
+    std::string bytes;
+};
+
+template <class ERROR>
+void expect_throw(const std::function<void()>& call, const std::string& text)
+{
+    SCOPED_TRACE(text);
+    try {
+        call();
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const ERROR& error) {
+        EXPECT_EQ(error.what(), text);
+    }
+}
+
+TEST_F(Process, RefusesArgumentsInTheirOrder)
+{
+    const char* paths[] = {sound.c_str(), nullptr};
+    const char* no_path[] = {nullptr};
+    const char* missing[] = {"missing.wav"};
+    const char* out = output.c_str();
+    const auto wrong_features = static_cast<features_type>(3);
+    const auto wrong_modeling = static_cast<modeling_type>(-1);
+
+    expect_throw<std::out_of_range>([&] { process(0, nullptr, nullptr, mixed, mean, 0, 0); },
+                                    "invalid number of input paths");
+    expect_throw<std::invalid_argument>([&] { process(1, nullptr, nullptr, mixed, mean, 0, 0); },
+                                        "invalid input paths");
+    for (const char* no_output : {static_cast<const char*>(nullptr), ""})
+        expect_throw<std::invalid_argument>([&] { process(1, paths, no_output, mixed, mean, 0, 0); },
+                                            "invalid output path");
+    for (const double window : {0.0, -0.0, -1.0})
+        expect_throw<std::out_of_range>([&] { process(1, paths, out, mixed, mean, window, 0); },
+                                        "invalid modeling window");
+    expect_throw<std::out_of_range>([&] { process(1, missing, out, mixed, mean, 1.0, -0.5); }, "invalid modeling step");
+    expect_throw<std::invalid_argument>([&] { process(1, no_path, out, wrong_features, mean, nan, nan); },
+                                        "invalid path at position 0");
+    expect_throw<std::runtime_error>([&] { process(1, missing, out, wrong_features, mean, 1.0, 0.5); },
+                                     "error opening file 'missing.wav'");
+    expect_throw<std::invalid_argument>([&] { process(2, paths, out, wrong_features, mean, 1.0, 0.5); },
+                                        "invalid path at position 1");
+    expect_throw<std::logic_error>([&] { process(1, paths, out, wrong_features, wrong_modeling, 1.0, 0.5); },
+                                   "invalid feature selection");
+    expect_throw<std::logic_error>([&] { process(1, paths, out, harmo, wrong_modeling, 1.0, 0.5); },
+                                   "invalid modeling specification");
+    EXPECT_FALSE(std::filesystem::exists(output));
+}
+
+TEST_F(Process, RefusesHandlesThatAreNone)
+{
+    alignas(16) char nothing[1024] = {};
+    for (process_handle* handle : {static_cast<process_handle*>(nullptr), reinterpret_cast<process_handle*>(nothing)}) {
+        const std::function<void()> calls[] = {
+            [=] { getMaxPosition(handle); },  [=] { getPosition(handle); },   [=] { getState(handle); },
+            [=] { getErrorMessage(handle); }, [=] { cancel(handle, false); }, [=] { shutdown(handle); },
+        };
+        for (const auto& call : calls)
+            expect_throw<std::invalid_argument>(call, "internal error: invalid process handle");
+    }
+}
+
+TEST_F(Process, RunsToAWholeFile)
+{
+    features_type features;
+    modeling_type modeling;
+    double window, step;
+    getDefaultSettings(features, modeling, window, step);
+    process_handle* job = start(sound, output, features, modeling, window, step);
+    EXPECT_EQ(getMaxPosition(job), 1.0);
+    EXPECT_EQ(wait_for_end(job), process_finished);
+    EXPECT_EQ(getPosition(job), 1.0);
+    cancel(job, false); // comes too late to mean anything
+    EXPECT_EQ(getState(job), process_finished);
+    EXPECT_EQ(getErrorMessage(job), "");
+    EXPECT_EQ(getState(job), process_finished);
+    shutdown(job);
+    EXPECT_NE(contents(output).find("Version\t" + std::string(getVersion()) + ";"), std::string::npos);
+}
+
+TEST_F(Process, CallsACompleteJobFailedIfItIsCanceledAfterTheJoin)
+{
+    for (const bool join_by_wait : {false, true}) {
+        process_handle* job = start(sound, output);
+        wait_for_end(job);
+        if (join_by_wait)
+            cancel(job, true);
+        else
+            getErrorMessage(job);
+        EXPECT_EQ(getState(job), process_finished);
+        cancel(job, false);
+        EXPECT_EQ(getState(job), process_failed);
+        EXPECT_EQ(getPosition(job), -1.0);
+        EXPECT_EQ(getErrorMessage(job), "processing was canceled");
+        shutdown(job);
+    }
+}
+
+TEST_F(Process, RefusesTheEndOfARunningJob)
+{
+    PipedSound piped;
+    process_handle* job = start(piped.path(), output);
+    EXPECT_EQ(getState(job), process_running);
+    EXPECT_EQ(getPosition(job), 0.0);
+    expect_throw<std::logic_error>([&] { getErrorMessage(job); },
+                                   "error message requested while process is still running");
+    expect_throw<std::logic_error>([&] { shutdown(job); }, "shutdown of ongoing process");
+    EXPECT_EQ(getState(job), process_running);
+    piped.feed();
+    EXPECT_EQ(wait_for_end(job), process_finished);
+    shutdown(job);
+}
+
+TEST_F(Process, StopsAtTheNextReportAfterACancel)
+{
+    PipedSound piped;
+    process_handle* job = start(piped.path(), output);
+    cancel(job, false);
+    cancel(job, false);
+    EXPECT_EQ(getState(job), process_canceling);
+    piped.feed();
+    EXPECT_EQ(wait_for_end(job), process_canceled);
+    EXPECT_EQ(getPosition(job), -1.0);
+    EXPECT_EQ(getErrorMessage(job), "processing was canceled");
+    EXPECT_EQ(getState(job), process_canceled);
+    shutdown(job);
+    EXPECT_FALSE(std::filesystem::exists(output));
+}
+
+// A job whose file goes into a pipe: its worker stands still in the writing, past its last report.
+struct late_case {
+    const char* what;
+    bool cancel;
+    bool break_pipe;
+    process_state state;
+};
+constexpr late_case late_cases[] = {
+    {"complete", false, false, process_finished},
+    {"canceled too late to stop", true, false, process_canceled},
+    {"failed while canceling", true, true, process_failed},
+};
+
+TEST_F(Process, TellsACancelFromAnErrorAtTheLastMoment)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    const std::string long_sound = folder.path("long.wav");
+    write_sound(long_sound, 11025, 1, 30 * 11025); // its picture has more bytes than a pipe holds
+    for (const late_case& c : late_cases) {
+        SCOPED_TRACE(c.what);
+        const std::string fifo = folder.path(std::string("fifo ") + c.what);
+        ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+        process_handle* job = start(long_sound, fifo, mixed, mean, 1.0, 0.1);
+        const int reading = open(fifo.c_str(), O_RDONLY); // waits for the worker to open its side
+        if (c.cancel) {
+            cancel(job, false);
+            EXPECT_EQ(getState(job), process_canceling);
+        }
+        std::string file;
+        char buffer[4096];
+        for (ssize_t got = 1; !c.break_pipe && got > 0; file.append(buffer, static_cast<std::size_t>(got)))
+            got = std::max<ssize_t>(0, read(reading, buffer, sizeof buffer));
+        close(reading);
+        EXPECT_EQ(wait_for_end(job), c.state);
+        EXPECT_EQ(getPosition(job), c.state == process_finished ? 1.0 : -1.0);
+        const std::string message = getErrorMessage(job);
+        if (c.break_pipe)
+            EXPECT_NE(message.find("Broken pipe"), std::string::npos) << message;
+        else
+            EXPECT_EQ(message, c.cancel ? "processing was canceled" : "");
+        EXPECT_EQ(getState(job), c.state);
+        shutdown(job);
+    }
+}
+
+TEST_F(Process, StoresWhatGoesWrongInTheAnalysis)
+{
+    const std::string nowhere = folder.path("missing/out.sdif");
+    process_handle* job = start(sound, nowhere);
+    EXPECT_EQ(wait_for_end(job), process_failed);
+    EXPECT_EQ(getPosition(job), -1.0);
+    EXPECT_EQ(getErrorMessage(job), "Error opening file '" + nowhere + "' for writing");
+    EXPECT_EQ(getState(job), process_failed);
+    shutdown(job);
+}
+
+TEST_F(Process, EndsInAStatedWayForSettingsWithoutSense)
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double values[] = {nan, infinity, 1e300, 1e10, 1e-300, std::numeric_limits<double>::denorm_min()};
+    for (const double value : values)
+        for (const features_type features : {timbre, harmo, mixed})
+            for (const modeling_type modeling : {mean, meanvar, fft, mph}) {
+                SCOPED_TRACE(testing::Message() << value << ' ' << features << ' ' << modeling);
+                process_handle* window_job = start(sound, output, features, modeling, value, 0.5);
+                process_state state = wait_for_end(window_job);
+                // The buffer of a spectrum longer than any memory is refused, all else gives a picture.
+                EXPECT_TRUE(state == process_finished || (modeling == fft && value > 1e9))
+                    << getErrorMessage(window_job);
+                shutdown(window_job);
+                process_handle* step_job = start(sound, output, features, modeling, 1.0, value);
+                state = wait_for_end(step_job);
+                EXPECT_TRUE(state == process_finished || value < 1.0) << getErrorMessage(step_job);
+                shutdown(step_job);
+            }
+}
+
+TEST_F(Process, RunsManyJobsAtOnceWithTheSameResult)
+{
+    constexpr int count = 64;
+    const auto make = [&](const std::string& name) { return start(sound, folder.path(name), mixed, mean, 0.5, 0.1); };
+    process_handle* alone = make("alone.out"); // names of one length: the file holds its own name
+    wait_for_end(alone);
+    shutdown(alone);
+    std::vector<process_handle*> jobs;
+    for (int i = 0; i < count; ++i)
+        jobs.push_back(make("job" + std::to_string(10 + i) + ".out"));
+    for (process_handle* job : jobs) {
+        EXPECT_EQ(wait_for_end(job), process_finished);
+        shutdown(job);
+    }
+    const std::string expected = contents(folder.path("alone.out"));
+    ASSERT_GT(expected.size(), 1000U);
+    for (int i = 0; i < count; ++i) {
+        const std::string name = "job" + std::to_string(10 + i) + ".out";
+        std::string file = contents(folder.path(name));
+        file.replace(file.find(name), name.size(), "alone.out");
+        EXPECT_TRUE(file == expected) << name;
+    }
+}
+
+TEST_F(Process, LetsEachOfManyJobsBeCanceledAtAnyTime)
+{
+    std::vector<std::thread> hosts;
+    for (int i = 0; i < 16; ++i)
+        hosts.emplace_back([this, i] {
+            process_handle* job = start(sound, folder.path(std::to_string(i)), mixed, meanvar, 0.5, 0.05);
+            usleep(static_cast<useconds_t>(i * 700));
+            cancel(job, false);
+            const process_state state = wait_for_end(job);
+            EXPECT_TRUE(state == process_canceled || state == process_finished) << state;
+            shutdown(job);
+        });
+    for (std::thread& host : hosts)
+        host.join();
+}
+
+} // namespace
