@@ -1,0 +1,111 @@
+#include "gabarit/commands.h"
+
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include "gabarit/atomic_file.h"
+#include "gabarit/gabarit_reader.h"
+
+namespace {
+
+std::filesystem::path ending_of(const std::string& path)
+{
+    return std::filesystem::path(path).extension();
+}
+
+// Header of the array format of NumPy, version 1.0: its length with all before it is a multiple of 64.
+std::string npy_header(const std::string& type, const std::string& shape)
+{
+    constexpr std::size_t preamble_bytes = 10, alignment = 64;
+    std::string dictionary = "{'descr': '" + type + "', 'fortran_order': False, 'shape': (" + shape + "), }";
+    const std::size_t unpadded = preamble_bytes + dictionary.size() + 1;
+    dictionary += std::string((alignment - unpadded % alignment) % alignment, ' ') + '\n';
+    std::string header = "\x93NUMPY\x01";
+    header += '\0';
+    header += static_cast<char>(dictionary.size() & 0xff);
+    header += static_cast<char>(dictionary.size() >> 8);
+    return header + dictionary;
+}
+
+void append_little_endian(double value, std::string& bytes)
+{
+    for (int shift = 0; shift < 64; shift += 8)
+        bytes += static_cast<char>(std::bit_cast<std::uint64_t>(value) >> shift & 0xff);
+}
+
+void export_npy(gabarit_reader& reader, const std::string& path)
+{
+    atomic_file square(path);
+    atomic_file times(std::filesystem::path(path).replace_extension(".times.npy"));
+    const std::string n = std::to_string(reader.size());
+    square.write(npy_header("|u1", n + ", " + n));
+    times.write(npy_header("<f8", n + ","));
+    std::string time_bytes;
+    for (gabarit_column column{}; reader.next_column(column);) {
+        if (!square.write(column.similarity.data(), column.similarity.size()))
+            break;
+        append_little_endian(column.time_seconds, time_bytes);
+    }
+    times.write(time_bytes);
+    square.commit();
+    times.commit();
+}
+
+// The shortest digits that give the number again.
+template <class NUMBER>
+void append_number(NUMBER number, std::string& line)
+{
+    std::array<char, 32> digits{};
+    line.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+}
+
+// The header needs all times before the first row: it takes a reading of its own.
+std::string csv_header(const std::string& sdif_path)
+{
+    gabarit_reader reader(sdif_path);
+    std::string line = "time";
+    for (gabarit_column column{}; reader.next_column(column);) {
+        line += ',';
+        append_number(column.time_seconds, line);
+    }
+    return line + '\n';
+}
+
+void export_csv(const std::string& sdif_path, gabarit_reader& reader, const std::string& path)
+{
+    atomic_file table(path);
+    std::string line = csv_header(sdif_path);
+    for (gabarit_column column{}; table.write(line) && reader.next_column(column);) {
+        line.clear();
+        append_number(column.time_seconds, line);
+        for (const unsigned char value : column.similarity) {
+            line += ',';
+            append_number(int{value}, line);
+        }
+        line += '\n';
+    }
+    table.commit();
+}
+
+} // namespace
+
+bool is_export_path(const std::string& path)
+{
+    return ending_of(path) == ".npy" || ending_of(path) == ".csv";
+}
+
+void export_gabarit(const std::string& sdif_path, const std::string& path)
+{
+    gabarit_reader reader(sdif_path);
+    if (ending_of(path) == ".npy")
+        export_npy(reader, path);
+    else
+        export_csv(sdif_path, reader, path);
+}

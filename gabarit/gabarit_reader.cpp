@@ -1,0 +1,184 @@
+#include "gabarit/gabarit_reader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstddef>
+#include <filesystem>
+#include <system_error>
+
+#include "quillon/utf8.h"
+
+using Quillon::FormatError;
+using Quillon::FrameHeader;
+using Quillon::MatrixHeader;
+using Quillon::SdifStringToSignature;
+
+namespace {
+
+constexpr std::uint32_t info_signature = SdifStringToSignature("IGBG");
+constexpr std::uint32_t data_signature = SdifStringToSignature("1GB0");
+
+std::ifstream open(const std::string& path)
+{
+    std::error_code unknown;
+    if (std::filesystem::exists(path, unknown) && !std::filesystem::is_regular_file(path, unknown))
+        throw std::runtime_error("is no regular file");
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw std::system_error(errno, std::generic_category(), "can't be opened");
+    return file;
+}
+
+} // namespace
+
+gabarit_reader::gabarit_reader(const std::string& path) : file_(open(path)), sdif_(file_)
+{
+    read_until_info();
+}
+
+void gabarit_reader::read_until_info()
+{
+    FrameHeader frame{};
+    while (sdif_.next_frame(frame)) {
+        if (frame.signature == Quillon::table_signature)
+            read_table();
+        else if (frame.signature == data_signature)
+            throw FormatError(frame.offset, "no gabarit: data come before the information frame");
+        else if (frame.signature == info_signature && read_info_frame()) {
+            check_info(frame.offset);
+            check_time(frame);
+            return;
+        }
+    }
+    throw FormatError(Quillon::opening_frame_bytes, "no gabarit: there is no information frame");
+}
+
+std::string showable(std::string_view text)
+{
+    std::string shown;
+    while (!text.empty()) {
+        const std::size_t bytes = Quillon::utf8_character_bytes(text);
+        const auto first = static_cast<unsigned char>(text.front());
+        if (bytes == 0 || first < 0x20 || first == 0x7f)
+            shown += '_';
+        else
+            shown += text.substr(0, bytes);
+        text.remove_prefix(std::max<std::size_t>(bytes, 1));
+    }
+    return shown;
+}
+
+void gabarit_reader::read_table()
+{
+    for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);)
+        if (matrix.signature == Quillon::table_signature)
+            for (const Quillon::NameValue& entry : Quillon::parse_table(sdif_.read_text(), sdif_.data_offset()))
+                table_.push_back({showable(entry.name), showable(entry.value)});
+}
+
+// A frame of this type without its matrix tells nothing.
+bool gabarit_reader::read_info_frame()
+{
+    bool found = false;
+    for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);) {
+        if (matrix.signature != info_signature)
+            continue;
+        if (matrix.rows != 1 || matrix.columns != 5)
+            throw FormatError(matrix.offset + 8, "the information is no row of 5 numbers");
+        const std::vector<double> numbers = sdif_.read_numbers();
+        info_ = {numbers[0], numbers[1], numbers[2], numbers[3], numbers[4]};
+        found = true;
+    }
+    return found;
+}
+
+void gabarit_reader::check_info(std::uint64_t offset)
+{
+    constexpr double most_frames = 1 << 24; // a float32 counts no further
+    const double count = info_.frame_count;
+    if (!(count >= 0.0 && count <= most_frames) || count != std::floor(count))
+        throw FormatError(offset, "the information frame gives no usable number of frames");
+    if (info_.fft_size != std::max(0.0, 2.0 * count - 2.0))
+        throw FormatError(offset, "no gabarit of a sound with itself: the frames don't have as many values as there "
+                                  "are frames");
+    size_ = static_cast<int>(count);
+    const auto n = static_cast<std::uint64_t>(size_);
+    if (n * n > sdif_.bytes_left())
+        throw FormatError(offset, "the file is cut: " + std::to_string(n) + " frames of " + std::to_string(n) +
+                                      " values are announced, but only " + std::to_string(sdif_.bytes_left()) +
+                                      " bytes follow");
+}
+
+std::string gabarit_reader::value(const std::string& name) const
+{
+    const auto entry = std::ranges::find(table_, name, &Quillon::NameValue::name);
+    return entry == table_.end() ? std::string() : entry->value;
+}
+
+gabarit_settings gabarit_reader::settings() const
+{
+    // Paths stand ahead of the settings and may hold anything: the last option of a name is the right one.
+    const std::string command = value("Command");
+    const auto option = [&](const std::string& name) -> std::string {
+        const std::size_t begin = command.rfind(" --" + name + " ");
+        if (begin == std::string::npos)
+            return {};
+        const std::size_t word = begin + name.size() + 4;
+        return command.substr(word, command.find(' ', word) - word);
+    };
+    return {option("features_type"), option("features_modeling"), option("features_modeling_length"),
+            option("window_grid_hop")};
+}
+
+// Equal times are allowed to frames of different types.
+void gabarit_reader::check_time(const FrameHeader& frame)
+{
+    if (!std::isfinite(frame.time) || frame.time < last_frame_time_)
+        throw FormatError(frame.offset + 8, "the times of the frames don't ascend");
+    last_frame_time_ = frame.time;
+}
+
+bool gabarit_reader::next_column(gabarit_column& column)
+{
+    FrameHeader frame{};
+    do {
+        if (!sdif_.next_frame(frame)) {
+            if (columns_read_ < size_)
+                throw FormatError(frame.offset, "the file ends after " + std::to_string(columns_read_) + " of " +
+                                                    std::to_string(size_) + " frames");
+            return false;
+        }
+        check_time(frame);
+    } while (frame.signature != data_signature || frame.stream != 0);
+
+    if (columns_read_ == size_)
+        throw FormatError(frame.offset, "there are more frames than the " + std::to_string(size_) + " announced");
+    if (frame.time == last_column_time_)
+        throw FormatError(frame.offset + 8, "two frames have the same time");
+    column.offset = frame.offset;
+    column.time_seconds = last_column_time_ = frame.time;
+    read_data_frame(column);
+    ++columns_read_;
+    return true;
+}
+
+void gabarit_reader::read_data_frame(gabarit_column& column)
+{
+    bool found = false;
+    for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);) {
+        if (matrix.signature != data_signature)
+            continue;
+        if (matrix.type != Quillon::DataType::uint8)
+            throw FormatError(matrix.offset + 4, "the similarities are no bytes");
+        if (matrix.rows != static_cast<std::uint32_t>(size_) || matrix.columns != 1)
+            throw FormatError(matrix.offset + 8, "a frame has " + std::to_string(matrix.rows) + " by " +
+                                                     std::to_string(matrix.columns) + " values instead of " +
+                                                     std::to_string(size_) + " by 1");
+        sdif_.read_bytes(column.similarity);
+        found = true;
+    }
+    if (!found)
+        throw FormatError(column.offset, "a frame has no similarities");
+}

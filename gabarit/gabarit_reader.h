@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quillon/sdif_reader.h"
+
+/// What the information frame tells.
+struct gabarit_info {
+    double mode;
+    double sample_rate_hz; ///< of the sound's file
+    double channels;       ///< of the sound's file
+    double fft_size;       ///< 2 n - 2, but not below 0
+    double frame_count;    ///< n
+};
+
+/// How the gabarit was made, in the words of its command; empty where that doesn't tell.
+struct gabarit_settings {
+    std::string features, modeling;
+    std::string modeling_window, modeling_step; ///< seconds
+};
+
+/// One data frame: how alike its moment is to every moment of the sound.
+struct gabarit_column {
+    std::uint64_t offset; ///< of the frame in its file
+    double time_seconds;
+    std::vector<unsigned char> similarity; ///< n values, 255: the same
+};
+
+/// A text with '_' for what can't be shown: controls, which could steer a terminal, and bytes that are no UTF-8.
+std::string showable(std::string_view text);
+
+/// Reads a gabarit from its start to its end, column by column, so that its size is no matter.
+/// Every function throws Quillon::FormatError where the file is no whole gabarit.
+class gabarit_reader {
+public:
+    /// Reads all up to the information frame.
+    /// @throws std::runtime_error if the file can't be opened
+    explicit gabarit_reader(const std::string& path);
+    gabarit_reader(const gabarit_reader&) = delete;
+    gabarit_reader& operator=(const gabarit_reader&) = delete;
+
+    /// Number of columns, and of values in each. The file has room for their square.
+    int size() const { return size_; }
+
+    const gabarit_info& info() const { return info_; }
+
+    /// Entries of the name-value tables, made showable.
+    const std::vector<Quillon::NameValue>& table() const { return table_; }
+
+    /// The value of that name, empty if there is none.
+    std::string value(const std::string& name) const;
+
+    gabarit_settings settings() const;
+
+    /// Reads the next column.
+    /// @return false after the last one, at the file's end
+    bool next_column(gabarit_column& column);
+
+private:
+    void read_until_info();
+    void read_table();
+    bool read_info_frame();
+    void check_info(std::uint64_t offset);
+    void check_time(const Quillon::FrameHeader& frame);
+    void read_data_frame(gabarit_column& column);
+
+    std::ifstream file_;
+    Quillon::SDIFReader sdif_;
+    std::vector<Quillon::NameValue> table_;
+    gabarit_info info_{};
+    int size_ = 0;
+    int columns_read_ = 0;
+    double last_frame_time_ = Quillon::header_frame_time;
+    double last_column_time_ = Quillon::header_frame_time;
+};

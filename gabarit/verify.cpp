@@ -1,0 +1,63 @@
+#include "gabarit/commands.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "gabarit/gabarit_reader.h"
+
+using Quillon::FormatError;
+
+namespace {
+
+// Tells whether a square is symmetric without holding it: each row and each column gets the sum of its values times
+// weights of their places. A single pair of unequal values never escapes, several do with a chance of about 2^-31.
+class symmetry_check {
+public:
+    explicit symmetry_check(int size) : weights_(static_cast<std::size_t>(size)), rows_(weights_), columns_(weights_)
+    {
+        std::mt19937 random; // the same weights each time
+        std::ranges::generate(weights_, [&] { return (random() >> 1) + 1; });
+    }
+
+    void add_column(std::size_t index, const std::vector<unsigned char>& values)
+    {
+        // 2^24 values of 8 bits with weights of 31 bits: no sum passes 2^63.
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            rows_[i] += weights_[index] * values[i];
+            columns_[index] += weights_[i] * values[i];
+        }
+    }
+
+    // The first index whose row and column differ, or the size.
+    std::size_t first_difference() const
+    {
+        return static_cast<std::size_t>(std::ranges::mismatch(rows_, columns_).in1 - rows_.begin());
+    }
+
+private:
+    std::vector<std::uint64_t> weights_, rows_, columns_;
+};
+
+} // namespace
+
+int verify_gabarit(const std::string& path)
+{
+    gabarit_reader reader(path);
+    symmetry_check symmetry(reader.size());
+    std::vector<std::uint64_t> offsets;
+    for (gabarit_column column{}; reader.next_column(column);) {
+        const std::size_t i = offsets.size();
+        if (column.similarity[i] != 255)
+            throw FormatError(column.offset, "frame " + std::to_string(i) + " is not like itself: the diagonal has " +
+                                                 std::to_string(column.similarity[i]) + " instead of 255");
+        symmetry.add_column(i, column.similarity);
+        offsets.push_back(column.offset);
+    }
+    if (const std::size_t i = symmetry.first_difference(); i < offsets.size())
+        throw FormatError(offsets[i], "not symmetric: the values of frame " + std::to_string(i) +
+                                          " differ from those of the others for it");
+    return reader.size();
+}

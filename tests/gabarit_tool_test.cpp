@@ -1,0 +1,417 @@
+#include <sys/wait.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include <cairo.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "gabarit/box_average.h"
+#include "gabarit/color_table.h"
+#include "gabarit/commands.h"
+#include "gabarit/draw_gabarit.h"
+#include "gabarit/gabarit_reader.h"
+#include "gabarit/time_ticks.h"
+#include "similarity/write_gabarit.h"
+#include "tests/test_sound.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const std::string command = "marquen --input a --features_type b.wav --similarity c.sdif --features_type harmo "
+                            "--features_modeling fft --features_modeling_length 1.5 --window_centering grid "
+                            "--window_grid_hop 0.25";
+
+std::string content_of(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void write(const std::string& path, const std::string& bytes)
+{
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+double time_of(int frame)
+{
+    return 0.25 + 0.25 * frame;
+}
+
+// Dark far from the diagonal, but for a bright block where frames 10 to 19 come again as 40 to 49.
+unsigned char similarity_of(int a, int b)
+{
+    if (a == b)
+        return 255;
+    const int low = std::min(a, b), high = std::max(a, b);
+    const bool repeated = low >= 10 && low < 20 && high >= 40 && high < 50;
+    return static_cast<unsigned char>(repeated ? 200 : std::max(0, 100 - 10 * (high - low)));
+}
+
+void write_example(const std::string& path, int n)
+{
+    tavel::Matrix<unsigned char> similarity(n, n);
+    tavel::Vector<double> times(n);
+    for (int i = 0; i < n; ++i) {
+        times[i] = time_of(i);
+        for (int j = 0; j < n; ++j)
+            similarity(j, i) = similarity_of(i, j);
+    }
+    veloria::write_gabarit(similarity, times, "/sounds/täglich.wav", command, 44100.0, 2, path);
+}
+
+// What is wrong with a gabarit, nothing if it is whole.
+std::string fault_of(const std::string& path)
+{
+    try {
+        verify_gabarit(path);
+    } catch (const Quillon::FormatError& error) {
+        EXPECT_LE(error.offset, std::filesystem::file_size(path));
+        return error.what();
+    }
+    return {};
+}
+
+TEST(Gabarit, ReadsWhatIsWritten)
+{
+    const test_folder folder;
+    for (const int n : {0, 1, 2, 60}) {
+        SCOPED_TRACE(n);
+        write_example(folder.path("g.sdif"), n);
+        EXPECT_EQ(verify_gabarit(folder.path("g.sdif")), n);
+        gabarit_reader reader(folder.path("g.sdif"));
+        EXPECT_EQ(reader.size(), n);
+        EXPECT_EQ(reader.info().sample_rate_hz, 44100.0);
+        EXPECT_EQ(reader.info().channels, 2.0);
+        EXPECT_EQ(reader.value("Soundfile"), "/sounds/täglich.wav");
+        EXPECT_EQ(reader.value("Command"), command);
+        const gabarit_settings s = reader.settings();
+        EXPECT_EQ(s.features + s.modeling + s.modeling_window + s.modeling_step, "harmofft1.50.25");
+        gabarit_column column{};
+        for (int i = 0; i < n; ++i) {
+            ASSERT_TRUE(reader.next_column(column));
+            EXPECT_EQ(column.time_seconds, time_of(i));
+            for (int j = 0; j < n; ++j)
+                ASSERT_EQ(column.similarity[static_cast<std::size_t>(j)], similarity_of(i, j));
+        }
+        EXPECT_FALSE(reader.next_column(column));
+    }
+}
+
+TEST(Gabarit, VerifyNamesTheDamage)
+{
+    const test_folder folder;
+    write_example(folder.path("g.sdif"), 3);
+    const std::string whole = content_of(folder.path("g.sdif"));
+    // From the end: a frame has 24 bytes, then 16 and 8, then 16 and 3 with 5 of padding.
+    const std::size_t frame = 72, last = whole.size() - frame, info = last - 2 * frame - 96;
+    const auto with = [&](std::size_t offset, const std::string& bytes) {
+        return std::string(whole).replace(offset, bytes.size(), bytes);
+    };
+    const auto at = [](std::size_t offset, const std::string& text) {
+        return "offset " + std::to_string(offset) + ": " + text;
+    };
+    struct damage {
+        std::string bytes, text;
+    };
+    const damage cases[] = {
+        {whole, ""},
+        {whole.substr(0, last), at(last, "the file ends after 2 of 3 frames")},
+        {whole.substr(0, last + 30), at(last + 4, "a frame has the size 64, but only 22 bytes are left")},
+        {whole.substr(0, info + 96), at(info, "the file is cut: 3 frames of 3 values are announced, but only 0 bytes "
+                                              "follow")},
+        {whole + whole.substr(last), at(last + frame, "there are more frames than the 3 announced")},
+        {with(last + 8, "\x3f\xe0"), at(last + 8, "two frames have the same time")},
+        {whole + "x", at(whole.size(), "the last 1 bytes are no frame")},
+        {with(last + 64, "\x55"), at(last - 2 * frame, "not symmetric: the values of frame 0 differ from those of the "
+                                                       "others for it")},
+        {with(last + 66, "\xfe"), at(last, "frame 2 is not like itself: the diagonal has 254 instead of 255")},
+        {with(last + 8, "\x3f\xd0"), at(last + 8, "the times of the frames don't ascend")},
+        {with(last + 8, "\x7f\xf8"), at(last + 8, "the times of the frames don't ascend")},
+        {with(last + 56, std::string("\0\0\0\2", 4)), at(last + 56, "a frame has 2 by 1 values instead of 3 by 1")},
+        {with(last + 48, "1GB1"), at(last, "a frame has no similarities")},
+        {with(last + 52, std::string("\0\0\1\1", 4)), at(last + 52, "the similarities are no bytes")},
+        {with(info + 24 + 16 + 16, "\x7f"), at(info, "the information frame gives no usable number of frames")},
+        {with(info + 24 + 16 + 16, "\x40\x80"), at(info, "no gabarit of a sound with itself: the frames don't have as "
+                                                         "many values as there are frames")},
+        {with(info, "IGBH"), at(last - 2 * frame, "no gabarit: data come before the information frame")},
+        {whole.substr(0, info), at(16, "no gabarit: there is no information frame")},
+    };
+    for (const damage& c : cases) {
+        SCOPED_TRACE(c.text);
+        write(folder.path("g.sdif"), c.bytes);
+        EXPECT_EQ(fault_of(folder.path("g.sdif")), c.text);
+    }
+}
+
+TEST(Gabarit, SurvivesEveryCutAndEveryFlippedBit)
+{
+    const test_folder folder;
+    const std::string path = folder.path("g.sdif");
+    write_example(path, 2);
+    const std::string whole = content_of(path);
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    for (std::size_t byte = 0; byte < whole.size(); ++byte) {
+        const std::size_t from_end = whole.size() - 1 - byte;
+        const bool is_similarity = from_end < 2 * 72 && (from_end % 72 == 6 || from_end % 72 == 7);
+        for (int bit = 0; bit < 8; ++bit) {
+            file.seekp(static_cast<std::streamoff>(byte)).put(static_cast<char>(whole[byte] ^ 1 << bit)).flush();
+            EXPECT_TRUE(!fault_of(path).empty() || !is_similarity) << "byte " << byte << " bit " << bit;
+        }
+        file.seekp(static_cast<std::streamoff>(byte)).put(whole[byte]).flush();
+    }
+    EXPECT_EQ(fault_of(path), "");
+    for (std::size_t cut = 1; cut <= whole.size(); ++cut) {
+        std::filesystem::resize_file(path, whole.size() - cut);
+        EXPECT_NE(fault_of(path), "") << cut;
+    }
+}
+
+// The plain form: the overlaps of each pixel with all cells. The cells are those of `cell(column, row)`.
+std::vector<unsigned char> averaged_plainly(int cells, int pixels, unsigned char (*cell)(int, int))
+{
+    const auto overlap = [&](int pixel, int i) {
+        return std::max(0, std::min((pixel + 1) * cells, (i + 1) * pixels) - std::max(pixel * cells, i * pixels));
+    };
+    std::vector<unsigned char> means;
+    for (int x = 0; x < pixels; ++x)
+        for (int y = 0; y < pixels; ++y) {
+            int sum = 0;
+            for (int c = 0; c < cells; ++c)
+                for (int r = 0; r < cells; ++r)
+                    sum += overlap(x, c) * overlap(y, r) * cell(c, r);
+            means.push_back(static_cast<unsigned char>((sum + cells * cells / 2) / (cells * cells)));
+        }
+    return means;
+}
+
+TEST(BoxAverage, WeighsCellsByTheirArea)
+{
+    const auto cell = [](int column, int row) { return static_cast<unsigned char>(37 * column + 11 * row); };
+    for (const int cells : {1, 2, 3, 7, 30})
+        for (const int pixels : {1, 2, 5, 30, 44}) {
+            SCOPED_TRACE(std::to_string(cells) + " to " + std::to_string(pixels));
+            box_average average(cells, pixels);
+            for (int c = 0; c < cells; ++c) {
+                std::vector<unsigned char> column;
+                for (int r = 0; r < cells; ++r)
+                    column.push_back(cell(c, r));
+                average.add_column(column.data());
+            }
+            EXPECT_EQ(average.take_result(), averaged_plainly(cells, pixels, cell));
+        }
+}
+
+TEST(TimeTicks, AreRoundAndFewAtAnyLength)
+{
+    for (double span = 0.03; span < 1e6; span *= 1.37) {
+        SCOPED_TRACE(span);
+        int labels = 0;
+        for (const time_tick& tick : time_ticks(0.25, 0.25 + span, 8)) {
+            double read = 0.0; // the label read as a time
+            std::istringstream label(tick.label);
+            for (std::string part; std::getline(label, part, ':');)
+                read = 60.0 * read + std::stod(part);
+            EXPECT_TRUE(tick.label.empty() || std::abs(read - tick.seconds) <= 1e-12 * read) << tick.label;
+            labels += !tick.label.empty();
+        }
+        EXPECT_TRUE(labels >= 2 && labels <= 9) << labels;
+    }
+    EXPECT_EQ(time_ticks(0.0, 60.0, 6).back().label, "1:00");
+    EXPECT_EQ(time_ticks(0.0, 3600.0, 6).back().label, "1:00:00");
+    EXPECT_EQ(time_ticks(-0.1, 0.0, 2).front().label, "-0:00.10");
+    for (const double end : {0.0, std::nan(""), 1e300})
+        EXPECT_TRUE(time_ticks(0.0, end, 6).empty());
+}
+
+TEST(ColorTable, RisesEvenlyInBrightness)
+{
+    const auto cubehelix = color_table(color_map::cubehelix);
+    EXPECT_EQ(cubehelix[128], 0xa1794au);
+    for (std::size_t i = 0; i < 256; ++i) {
+        const std::uint32_t c = cubehelix[i];
+        const double brightness = 0.30 * (c >> 16) + 0.59 * (c >> 8 & 0xff) + 0.11 * (c & 0xff);
+        EXPECT_NEAR(brightness, static_cast<double>(i), 0.501) << i; // each level is rounded by up to a half
+        EXPECT_EQ(color_table(color_map::gray)[i], 0x010101u * i);
+        EXPECT_EQ(color_table(color_map::inverted)[i], 0x010101u * (255 - i));
+    }
+}
+
+// The pixels of a PNG, 0xRRGGBB, from the top left corner.
+struct picture {
+    int width, height;
+    std::vector<std::uint32_t> pixels;
+
+    explicit picture(const std::string& path)
+    {
+        cairo_surface_t* const image = cairo_image_surface_create_from_png(path.c_str());
+        width = cairo_image_surface_get_width(image);
+        height = cairo_image_surface_get_height(image);
+        pixels.resize(static_cast<std::size_t>(width * height)); // a line of 4 bytes a pixel has no padding
+        std::memcpy(pixels.data(), cairo_image_surface_get_data(image), pixels.size() * sizeof pixels[0]);
+        cairo_surface_destroy(image);
+    }
+    std::uint32_t at(int x, int y) const { return pixels[static_cast<std::size_t>(y * width + x)] & 0xffffff; }
+};
+
+TEST(Picture, IsPlainCellByCell)
+{
+    const test_folder folder;
+    const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
+    write_example(file, 60);
+    for (const auto origin : {picture_options::origin::bottom, picture_options::origin::top}) {
+        draw_gabarit(file, out, {origin, color_map::inverted, 0, true});
+        const picture drawn(out);
+        ASSERT_EQ(drawn.width, 60);
+        ASSERT_EQ(drawn.height, 60);
+        for (int x = 0; x < 60; ++x)
+            for (int y = 0; y < 60; ++y) {
+                const int row = origin == picture_options::origin::top ? y : 59 - y;
+                ASSERT_EQ(drawn.at(x, y), 0x010101u * (255u - similarity_of(x, row)));
+            }
+    }
+    draw_gabarit(file, out, {picture_options::origin::bottom, color_map::gray, 30, true});
+    EXPECT_EQ(picture(out).width, 30);
+    EXPECT_EQ(picture(out).at(5, 29 - 20), 0x010101u * 200);
+}
+
+TEST(Picture, HasTheSizeAskedForAndEachCellInItsPlace)
+{
+    const test_folder folder;
+    const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
+    write_example(file, 60);
+    for (const int size : {100, 333, 1000}) {
+        draw_gabarit(file, out, {picture_options::origin::bottom, color_map::gray, size, false});
+        EXPECT_EQ(picture(out).width, size);
+        EXPECT_EQ(picture(out).height, size);
+    }
+    const picture drawn(out);
+    const double left = 102.0, bottom = 899.0, side = 792.0; // of the square on a page of 1000
+    const auto cell = [&](int column, int row) {
+        return drawn.at(static_cast<int>(left + (column + 0.5) / 60.0 * side),
+                        static_cast<int>(bottom - (row + 0.5) / 60.0 * side));
+    };
+    EXPECT_EQ(drawn.at(0, 0), 0xffffffu);
+    for (int column = 0; column < 60; ++column)
+        for (int row = 0; row < 60; ++row)
+            ASSERT_EQ(cell(column, row), 0x010101u * similarity_of(column, row)) << column << ' ' << row;
+}
+
+struct ending {
+    int status;
+    std::string output, error;
+};
+
+ending run(const test_folder& in, const std::string& arguments, const std::string& before = "")
+{
+    const int status =
+        std::system((before + GABARIT " " + arguments + " >" + in.path("stdout") + " 2>" + in.path("stderr")).c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, content_of(in.path("stdout")), content_of(in.path("stderr"))};
+}
+
+TEST(Tool, DrawsEveryFormAndAnySize)
+{
+    const test_folder folder;
+    for (const int n : {0, 1, 2, 60}) {
+        SCOPED_TRACE(n);
+        write_example(folder.path("g.sdif"), n);
+        for (const auto& [ending, start] : {std::pair(".png", "\x89PNG"), {".svg", "<?xml"}, {".pdf", "%PDF"}}) {
+            const std::string out = folder.path(std::to_string(n) + ending);
+            EXPECT_EQ(run(folder, "picture --map cubehelix " + folder.path("g.sdif") + " " + out).status, 0);
+            EXPECT_THAT(content_of(out), StartsWith(start));
+        }
+        EXPECT_EQ(run(folder, "picture --plain " + folder.path("g.sdif") + " " + folder.path("p.png")).status, n == 0);
+    }
+}
+
+TEST(Tool, TellsWhatAGabaritIs)
+{
+    const test_folder folder;
+    write_example(folder.path("g.sdif"), 60);
+    const ending told = run(folder, "info --json " + folder.path("g.sdif"));
+    EXPECT_EQ(told.status, 0);
+    const auto facts = nlohmann::json::parse(told.output);
+    EXPECT_EQ(facts["n"], 60);
+    EXPECT_EQ(facts["first_time"], 0.25);
+    EXPECT_EQ(facts["last_time"], 15.0);
+    EXPECT_EQ(facts["settings"]["features_modeling_length"], 1.5);
+    EXPECT_EQ(facts["table"]["Command"], command);
+    EXPECT_EQ(facts["info"]["fftsize"], 118);
+    const std::string lines = run(folder, "info " + folder.path("g.sdif")).output;
+    EXPECT_THAT(lines, HasSubstr("\nstep: 0.25\n"));
+    EXPECT_THAT(lines, HasSubstr("\ntable.SampleRate: 44100\n"));
+}
+
+TEST(Tool, ExportsNumbersThatReadBack)
+{
+    const test_folder folder;
+    write_example(folder.path("g.sdif"), 3);
+    for (const char* const out : {"g.npy", "g.csv"})
+        ASSERT_EQ(run(folder, "export " + folder.path("g.sdif") + " " + folder.path(out)).status, 0);
+    EXPECT_EQ(content_of(folder.path("g.csv")), "time,0.25,0.5,0.75\n0.25,255,90,80\n0.5,90,255,90\n0.75,80,90,255\n");
+    const std::string square = content_of(folder.path("g.npy")), times = content_of(folder.path("g.times.npy"));
+    ASSERT_TRUE(square.size() == 128 + 9 && times.size() == 128 + 24);
+    EXPECT_EQ(square.substr(0, 10), std::string("\x93NUMPY\x01\0\x76\0", 10));
+    EXPECT_THAT(square, HasSubstr("{'descr': '|u1', 'fortran_order': False, 'shape': (3, 3), }"));
+    EXPECT_THAT(times, HasSubstr("{'descr': '<f8', 'fortran_order': False, 'shape': (3,), }"));
+    EXPECT_EQ(square.substr(128), "\xff\x5a\x50\x5a\xff\x5a\x50\x5a\xff");
+    EXPECT_EQ(times.substr(128 + 8, 8), std::string("\0\0\0\0\0\0\xe0\x3f", 8));
+}
+
+TEST(Tool, EndsWithItsStatusAndNoHalfFile)
+{
+    const test_folder folder;
+    const std::string good = folder.path("good.sdif"), cut = folder.path("cut.sdif"), out = folder.path("out");
+    write_example(good, 60);
+    const std::string whole = content_of(good);
+    write(cut, whole.substr(0, whole.size() - 1));
+    const std::string cut_text = cut + ": offset " + std::to_string(whole.size() - 124) +
+                                 ": a frame has the size 120, but only 119 bytes are left";
+    struct run_case {
+        std::string arguments;
+        int status;
+        std::string output, error;
+        std::string before;
+    };
+    const std::string little_room = "trap '' XFSZ; ulimit -f 2; ";
+    const run_case cases[] = {
+        {"verify " + good, 0, good + ": whole, n = 60\n", "", ""},
+        {"verify " + cut + " " + good, 1, cut_text + "\n" + good + ": whole, n = 60\n", "", ""},
+        {"info " + cut, 1, "", "gabarit: " + cut_text, ""},
+        {"picture " + cut + " " + out + ".png", 1, "", "gabarit: " + cut_text, ""},
+        {"export " + cut + " " + out + ".csv", 1, "", "gabarit: " + cut_text, ""},
+        {"export " + cut + " " + out + ".npy", 1, "", "gabarit: " + cut_text, ""},
+        {"info " + out, 1, "", "gabarit: " + out + ": can't be opened: No such file or directory", ""},
+        {"info /dev", 1, "", "gabarit: /dev: is no regular file", ""},
+        {"picture " + good + " /nowhere/out.png", 1, "", "'/nowhere/out.png' can't be written: No such file", ""},
+        {"picture " + good + " " + out + ".png", 1, "", "can't be written: File too large", little_room},
+        {"picture " + good + " " + out + ".pdf", 1, "", "can't be written: File too large", little_room},
+        {"export " + good + " " + out + ".csv", 1, "", "can't be written: File too large", little_room},
+        {"picture " + good + " " + out + ".gif", 2, "", "must end in .png, .svg or .pdf", ""},
+        {"export " + good + " " + out + ".txt", 2, "", "must end in .npy or .csv", ""},
+        {"picture " + good + " " + out + ".png --map red", 2, "", "red not in", ""},
+        {"picture " + good + " " + out + ".png --size 99", 2, "", "99 not in range", ""},
+        {"verify", 2, "", "FILE is required", ""},
+        {"", 2, "", "A subcommand is required", ""},
+    };
+    for (const run_case& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const ending end = run(folder, c.arguments, c.before);
+        EXPECT_EQ(end.status, c.status);
+        EXPECT_THAT(end.output, c.output);
+        EXPECT_THAT(end.error, HasSubstr(c.error));
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path("")))
+        EXPECT_THAT(entry.path().filename(), testing::AnyOf("good.sdif", "cut.sdif", "stdout", "stderr"));
+}
+
+} // namespace
