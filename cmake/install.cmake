@@ -1,0 +1,29 @@
+# Library, header, programs, and what CMake and pkg-config need to find them.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS veloria EXPORT veloria-targets)
+install(FILES ${PROJECT_SOURCE_DIR}/veloria/veloria.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/veloria)
+
+# An installed program finds the library beside it, wherever the prefix is moved to.
+file(RELATIVE_PATH library_from_programs /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+foreach(program marquen gabarit)
+    if(TARGET ${program})
+        set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${library_from_programs}")
+        install(TARGETS ${program})
+    endif()
+endforeach()
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/veloria)
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/veloria-config.cmake.in veloria-config.cmake
+    INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(veloria-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(EXPORT veloria-targets NAMESPACE veloria:: DESTINATION ${package_dir})
+install(FILES
+    ${CMAKE_CURRENT_BINARY_DIR}/veloria-config.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/veloria-config-version.cmake
+    DESTINATION ${package_dir})
+
+cmake_path(APPEND VELORIA_PC_LIBDIR "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
+cmake_path(APPEND VELORIA_PC_INCLUDEDIR "\${prefix}" "${CMAKE_INSTALL_INCLUDEDIR}")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/veloria.pc.in veloria.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/veloria.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "veloria/veloria.h"
+
+namespace marquen {
+
+// The words of the command line and of the file; the index is the enumeration's value.
+inline constexpr const char* features_words[] = {"timbre", "harmo", "mixed"};
+inline constexpr const char* modeling_words[] = {"mean", "meanvar", "fft", "mph"};
+
+/// What the user asked for.
+struct options {
+    std::vector<std::string> input; ///< the files of one sound
+    std::string similarity;         ///< the SDIF file to write; empty only for a plan
+    std::string picture;            ///< empty for none
+    veloria::features_type features;
+    veloria::modeling_type modeling;
+    double modeling_window;  ///< seconds, as many digits as the file records
+    double modeling_step;    ///< seconds, likewise
+    std::int64_t max_memory; ///< bytes
+    bool plan, json, quiet;
+};
+
+/// Reads the command line; answers --help and --version, and tells what is wrong, by itself.
+/// @return nothing if the command line is answered; `status` is then the exit status, 0 or 2
+std::optional<options> parse_options(int argc, const char* const* argv, int& status);
+
+} // namespace marquen

@@ -1,0 +1,67 @@
+#include "marquen/summary.h"
+
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+namespace marquen {
+
+namespace {
+
+constexpr const char* state_words[] = {"planned", "finished", "failed", "canceled"};
+
+nlohmann::ordered_json text_or_null(const std::string& text)
+{
+    return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+}
+
+} // namespace
+
+std::string to_json(const summary& run, const options& chosen)
+{
+    nlohmann::ordered_json object{
+        {"state", state_words[run.state]},
+        {"error", text_or_null(run.error)},
+        {"input", chosen.input},
+        {"similarity", text_or_null(chosen.similarity)},
+        {"picture", text_or_null(chosen.picture)},
+        {"features_type", features_words[chosen.features]},
+        {"features_modeling", modeling_words[chosen.modeling]},
+        {"features_modeling_length", chosen.modeling_window},
+        {"window_centering", "grid"},
+        {"window_grid_hop", chosen.modeling_step},
+        {"n", nullptr},
+        {"seconds_of_sound", nullptr},
+        {"seconds_of_work", run.work_seconds},
+        {"memory_bytes", nullptr},
+        {"file_bytes", nullptr},
+    };
+    if (run.plan) {
+        object["n"] = run.plan->rows;
+        object["seconds_of_sound"] = run.plan->sound_seconds;
+        object["memory_bytes"] = run.plan->memory_bytes;
+        object["file_bytes"] = run.plan->file_bytes;
+    }
+    // A path need not be UTF-8; JSON must be.
+    return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+std::string to_text(const job_plan& plan)
+{
+    return "n       " + std::to_string(plan.rows) + "\nmemory  about " + readable_size(plan.memory_bytes) +
+           "\nfile    about " + readable_size(plan.file_bytes);
+}
+
+std::string error_line(const std::string& text, const options& chosen)
+{
+    std::istringstream words(text); // some texts of the library have line breaks inside or at their end
+    std::string line;
+    for (std::string word; words >> word;)
+        line += (line.empty() ? "" : " ") + word;
+    bool names_file = !chosen.similarity.empty() && text.find(chosen.similarity) != std::string::npos;
+    for (const std::string& path : chosen.input)
+        names_file = names_file || text.find(path) != std::string::npos;
+    return names_file ? line : chosen.input.front() + ": " + line;
+}
+
+} // namespace marquen

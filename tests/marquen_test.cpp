@@ -1,0 +1,286 @@
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <system_error>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "marquen/progress_bar.h"
+#include "tests/test_sound.h"
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+std::string content_of(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+struct ending {
+    int status; // -1: by a signal
+    std::string output, error;
+};
+
+// A program that runs beside the test, its two outputs going to files.
+class started_program {
+public:
+    /// @param arguments  with blanks between them
+    started_program(const test_folder& in, const std::string& program, const std::string& arguments)
+        : output(in.path("stdout")), error(in.path("stderr"))
+    {
+        std::istringstream text(program + " " + arguments);
+        std::vector<std::string> words{std::istream_iterator<std::string>(text), {}};
+        std::vector<char*> pointers;
+        for (std::string& word : words)
+            pointers.push_back(word.data());
+        pointers.push_back(nullptr);
+        constexpr int anew = O_WRONLY | O_CREAT | O_TRUNC;
+        posix_spawn_file_actions_t files;
+        posix_spawn_file_actions_init(&files);
+        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), anew, 0600);
+        posix_spawn_file_actions_addopen(&files, STDERR_FILENO, error.c_str(), anew, 0600);
+        const int failure = posix_spawn(&id, program.c_str(), &files, nullptr, pointers.data(), environ);
+        posix_spawn_file_actions_destroy(&files);
+        if (failure != 0) // no process: a signal to its id would hit others
+            throw std::system_error(failure, std::generic_category(), program);
+    }
+
+    // Ctrl-C, once it is the program's own affair: the job runs.
+    void interrupt() const
+    {
+        const auto catches = [this] {
+            const std::string status = content_of("/proc/" + std::to_string(id) + "/status");
+            const std::size_t caught = status.find("SigCgt:");
+            return caught != std::string::npos && (std::stoull(status.substr(caught + 7), nullptr, 16) & 2) != 0;
+        };
+        for (int tries = 0; tries < 10000 && !catches(); ++tries)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        kill(id, SIGINT);
+    }
+
+    ending wait() const
+    {
+        int status = 0;
+        waitpid(id, &status, 0);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, content_of(output), content_of(error)};
+    }
+
+private:
+    pid_t id = 0;
+    std::string output, error;
+};
+
+class Marquen : public testing::Test {
+protected:
+    ending run(const std::string& arguments) const { return started_program(folder, MARQUEN, arguments).wait(); }
+
+    std::string sound(const std::string& name, int rate_hz, int frames, int format = SF_FORMAT_WAV | SF_FORMAT_PCM_16)
+    {
+        write_sound(folder.path(name), rate_hz, 1, frames, format);
+        return folder.path(name);
+    }
+
+    // The 36 bits of a FLAC header that announce its length.
+    std::string flac_that_announces(const std::string& name, char bits)
+    {
+        const std::string path = sound(name, 44100, 44100, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(21);
+        file.put(static_cast<char>(0xf0 | (bits & 0x0f)));
+        file << std::string(4, bits);
+        return path;
+    }
+
+    test_folder folder;
+    std::string gabarit = folder.path("out.sdif");
+};
+
+TEST_F(Marquen, AnswersWrongUsageWithStatusTwo)
+{
+    const std::string wav = sound("a.wav", 11025, 22050), job = "--input " + wav + " --similarity " + gabarit;
+    struct usage {
+        std::string arguments, text;
+    };
+    const usage cases[] = {
+        {"", "--input is required"},
+        {"--input " + wav, "--similarity is required"},
+        {job + " --chroma", "--chroma"},
+        {job + " --features_type 2", "--features_type"},
+        {job + " --features_modeling median", "--features_modeling"},
+        {job + " --features_modeling_length nan", "'nan' is no number of seconds"},
+        {job + " --window_grid_hop 0", "'0' is no number of seconds"},
+        {job + " --window_centering beats", "--window_centering"},
+        {job + " --max_memory -1", "--max_memory"},
+        {job + " --picture out.jpg", "neither in .png"},
+        {"--input " + wav + " --similarity " + folder.path("./a.wav"), "would be overwritten"},
+    };
+    const std::string before = content_of(wav);
+    for (const usage& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const ending end = run(c.arguments);
+        EXPECT_EQ(end.status, 2);
+        EXPECT_THAT(end.error, HasSubstr(c.text));
+    }
+    EXPECT_EQ(content_of(wav), before);
+    EXPECT_EQ(run("--help").status, 0);
+    EXPECT_EQ(run("--version").output, "marquen 1.8.2\n");
+}
+
+TEST_F(Marquen, TellsOnOneLineWhatFailed)
+{
+    const std::string wav = sound("a.wav", 11025, 22050), other_rate = sound("b.wav", 8000, 22050),
+                      other_length = sound("c.wav", 11025, 22049), missing = folder.path("none.wav"),
+                      odd = sound("odd.wav", 48000, 16385), text = folder.path("text.wav"),
+                      nowhere = folder.path("nowhere/out");
+    const std::string endless = flac_that_announces("d.flac", '\0'), vast = flac_that_announces("e.flac", '\xff');
+    std::ofstream(text) << "no sound";
+    const std::string to = " --similarity " + gabarit;
+    struct failure {
+        std::string arguments, text;
+    };
+    const failure cases[] = {
+        {"--input " + missing + to, "error opening file '" + missing + "'"},
+        {"--input " + text + to, "error opening file '" + text + "'"},
+        {"--input " + endless + to, "the length of '" + endless + "' is unknown"},
+        {"--plan --input " + vast, vast + "' announces 68719476735 frames, more than 2147483647"},
+        {"--input " + wav + " " + other_rate + to, "have different sampling rates 11025 and 8000"},
+        {"--input " + wav + " --input " + other_length + to, "have different lengths 22050 and 22049"},
+        {"--input " + wav + to + " --max_memory 100KB", wav + ": the job (n = 3) needs about"},
+        {"--input " + wav + to + " --window_grid_hop 1e-12", "raise --max_memory"},
+        {"--input " + odd + to, odd + ": tavel error: min/max_elem called for empty expression"},
+        {"--input " + wav + " --similarity " + nowhere, "Error opening file '" + nowhere + "' for writing"},
+        {"--input " + wav + to + ".2 --picture " + nowhere + ".png", nowhere + ".png"},
+    };
+    for (const failure& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const ending end = run(c.arguments);
+        EXPECT_EQ(end.status, 1);
+        EXPECT_THAT(end.error, HasSubstr(c.text));
+        EXPECT_EQ(end.error.find('\n'), end.error.size() - 1);
+    }
+    EXPECT_FALSE(std::filesystem::exists(gabarit));
+}
+
+// Settings of more digits than the file records are where this goes wrong.
+TEST_F(Marquen, RepeatsItselfFromTheRecordedCommand)
+{
+    const ending first = run("--input " + sound("a.wav", 22050, 150000) + " --similarity " + gabarit +
+                             " --features_type harmo --features_modeling meanvar"
+                             " --features_modeling_length=0.77777777 --window_grid_hop 0.49999996");
+    ASSERT_EQ(first.status, 0);
+    EXPECT_EQ(first.output + first.error, ""); // no bar where nobody looks on
+    const std::string bytes = content_of(gabarit), name = "\nCommand\tmarquen ";
+    const std::size_t begin = bytes.find(name) + name.size();
+    std::filesystem::remove(gabarit);
+    ASSERT_EQ(run(bytes.substr(begin, bytes.find(";\n", begin) - begin)).status, 0);
+    EXPECT_EQ(content_of(gabarit), bytes);
+}
+
+TEST_F(Marquen, PlansWhatTheJobThenTakes)
+{
+    struct planned_job {
+        int rate_hz, frames;
+        std::string settings;
+    };
+    const planned_job cases[] = {
+        {44100, 264600, ""},
+        {44100, 44100, ""},
+        {44100, 22050, ""},
+        {11025, 0, ""},
+        {11025, 264592, "--features_type timbre"},
+        {48000, 96000, "--features_type harmo --window_grid_hop 0.01"},
+        {8000, 76801, "--features_type timbre --window_grid_hop 0.007"},
+        {22050, 44100, "--window_grid_hop 0.0266"},
+        {8000, 13760, "--window_grid_hop 0.04"}, // the last frame is met or missed by one rounding
+        {44100, 40, "--features_type timbre --window_grid_hop 0.0001"},
+    };
+    for (const planned_job& c : cases) {
+        SCOPED_TRACE(std::to_string(c.frames) + " " + c.settings);
+        const std::string job =
+            "--json --input " + sound("a.wav", c.rate_hz, c.frames) + " --similarity " + gabarit + " " + c.settings;
+        std::filesystem::remove(gabarit);
+        const auto plan = nlohmann::json::parse(run(job + " --plan").output);
+        EXPECT_EQ(plan["state"], "planned");
+        ASSERT_FALSE(std::filesystem::exists(gabarit));
+
+        const auto done = nlohmann::json::parse(run(job).output);
+        EXPECT_EQ(done["state"], "finished");
+        const std::string bytes = content_of(gabarit);
+        int signatures = 0; // four of them in the declarations, and two in each row
+        for (std::size_t at = 0; (at = bytes.find("1GB0", at)) != std::string::npos; at += 4)
+            ++signatures;
+        EXPECT_EQ(plan["n"], (signatures - 3) / 2);
+        EXPECT_NEAR(plan["file_bytes"].get<double>(), static_cast<double>(bytes.size()), 1024.0);
+    }
+}
+
+TEST_F(Marquen, SumsUpItsWork)
+{
+    const std::string left = sound("left.wav", 11025, 33075), right = sound("right.wav", 11025, 33075),
+                      picture = folder.path("out.png");
+    const auto done = nlohmann::json::parse(
+        run("--json --input " + left + " " + right + " --similarity " + gabarit + " --picture " + picture).output);
+    EXPECT_EQ(done["input"], (std::vector<std::string>{left, right}));
+    EXPECT_EQ(done["features_modeling"], "mean");
+    EXPECT_EQ(done["seconds_of_sound"], 3.0);
+    EXPECT_GT(done["seconds_of_work"], 0.0);
+    EXPECT_EQ(done["error"], nullptr);
+    // n = 5: distances twice over, bytes, samples, grid.
+    EXPECT_EQ(done["memory_bytes"], 2 * 8 * 25 + 25 + 8 * 33075 + 8 * 5);
+    EXPECT_EQ(content_of(picture).substr(1, 3), "PNG");
+}
+
+TEST_F(Marquen, StopsWhenInterrupted)
+{
+    const std::string wav = sound("long.wav", 11025, 11025 * 100);
+    const started_program program(folder, MARQUEN,
+                                  "--json --input " + wav + " --similarity " + gabarit +
+                                      " --features_modeling mph --window_grid_hop 0.03");
+    program.interrupt();
+    const ending end = program.wait();
+    EXPECT_EQ(end.status, 130);
+    EXPECT_EQ(end.error, "marquen: " + wav + ": canceled\n");
+    EXPECT_EQ(nlohmann::json::parse(end.output)["state"], "canceled");
+    EXPECT_FALSE(std::filesystem::exists(gabarit));
+}
+
+TEST(ProgressBar, OnlyGrows)
+{
+    testing::internal::CaptureStderr();
+    {
+        marquen::progress_bar bar(true);
+        for (const double position : {0.0, 0.5, std::nan(""), 0.2, -1.0, 0.501, 1.7, 1.0})
+            bar.show(position);
+        marquen::progress_bar(false).show(0.5);
+    }
+    const std::string drawn = testing::internal::GetCapturedStderr();
+    const std::string half(25, '#'), rest(25, ' ');
+    EXPECT_EQ(drawn, "\r[" + rest + rest + "]   0 %\r[" + half + rest + "]  50 %\r[" + half + half + "] 100 %\r\033[K");
+}
+
+TEST_F(Marquen, IsMatchedByTheExampleHostOfTheReadme)
+{
+    EXPECT_THAT(content_of(PROJECT_ROOT "/README.md"), HasSubstr(content_of(PROJECT_ROOT "/examples/analyse.cpp")));
+    const std::string wav = sound("a.wav", 44100, 200000);
+    ASSERT_EQ(run("--input " + wav + " --similarity " + gabarit).status, 0);
+    const std::string bytes = content_of(gabarit);
+    const ending host = started_program(folder, ANALYSE, wav + " " + gabarit).wait();
+    EXPECT_EQ(host.status, 0);
+    EXPECT_THAT(host.error, EndsWith("done\n"));
+    EXPECT_EQ(content_of(gabarit), bytes);
+    EXPECT_EQ(started_program(folder, ANALYSE, folder.path("none.wav") + " " + gabarit).wait().status, 1);
+}
+
+} // namespace
