@@ -8,6 +8,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "bench/plain_distances.h"
 #include "similarity/equalisation.h"
 #include "similarity/frame_distances.h"
 #include "similarity/pair_distances.h"
@@ -15,7 +16,6 @@
 #include "tavel/hist.h"
 #include "tavel/interp1q.h"
 #include "tavel/tavel_dense_vector.h"
-#include "bench/plain_distances.h"
 #include "veloria/progress.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "bench/plain_features.h"
 #include "features/analysis_costs.h"
 #include "features/extract_feature_streams.h"
 #include "features/harmonic.h"
@@ -20,7 +21,6 @@
 #include "features/running_median.h"
 #include "features/timbre.h"
 #include "features/transpose.h"
-#include "bench/plain_features.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <cmath>
 #include <random>
 
+#include "modeling/modulation.h"
 #include "modeling/mph.h"
 #include "modeling/reduce_components.h"
-#include "modeling/spectral.h"
 #include "modeling/window_statistics.h"
 #include "tavel/lapack.h"
 

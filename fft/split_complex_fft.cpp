@@ -8,6 +8,7 @@
 #include "fft/butterflies.h"
 #include "tavel/clones.h"
 
+// Vectors wider than the registers of the baseline go through inlined functions only.
 #pragma GCC diagnostic ignored "-Wpsabi"
 
 namespace libfft {
@@ -54,7 +55,7 @@ fft_setup<T>::fft_setup(int log2_length)
 
 namespace {
 
-// Numbers side by side in one or two registers. Their functions are all inlined, so no calling convention is at stake.
+// Numbers side by side, in one register or two.
 template <class T, std::size_t BYTES>
 struct lanes {
     using type [[gnu::vector_size(BYTES)]] = T;
@@ -83,11 +84,13 @@ template <class V, class T>
 }
 
 // A pass that splits `stride` transforms of length 4 * groups, laid side by side, into four times as many of a
-// quarter of the length. V is T, or lanes of T where the stride is a multiple of their count.
+// quarter of the length. V is T, or lanes of T where the stride is a multiple of their count. The pointers are
+// parameters, since only there does the compiler heed __restrict and vectorise the pass with V = T over p.
 template <class V, class T>
-[[gnu::always_inline]] inline void
-split_pass(const T* __restrict in_real, const T* __restrict in_imag, T* __restrict out_real, T* __restrict out_imag,
-           const T* __restrict cosines, const T* __restrict sines, std::ptrdiff_t groups, std::ptrdiff_t stride)
+[[gnu::always_inline]] inline void split_transforms(const T* __restrict in_real, const T* __restrict in_imag,
+                                                    T* __restrict out_real, T* __restrict out_imag,
+                                                    const T* __restrict cosines, const T* __restrict sines,
+                                                    std::ptrdiff_t groups, std::ptrdiff_t stride)
 {
     const std::ptrdiff_t row = groups * stride;
     for (std::ptrdiff_t p = 0; p < groups; ++p) {
@@ -104,6 +107,14 @@ split_pass(const T* __restrict in_real, const T* __restrict in_imag, T* __restri
                 store(z[j], out_real + (4 * p + j) * stride + q, out_imag + (4 * p + j) * stride + q);
         }
     }
+}
+
+template <class V, class T>
+[[gnu::always_inline]] inline void split_pass(const fft_setup<T>& setup, split_complex<T> from, split_complex<T> to,
+                                              std::ptrdiff_t length, std::ptrdiff_t stride)
+{
+    const split_complex<const T> twiddles = setup.twiddles(length);
+    split_transforms<V>(from.real, from.imag, to.real, to.imag, twiddles.real, twiddles.imag, length / 4, stride);
 }
 
 // The pass that is left when the transforms side by side are RADIX long. `from` and `to` may be the same.
@@ -137,21 +148,20 @@ template <class T>
 {
     using narrow = typename lanes<T, 16>::type;
     using wide = typename lanes<T, 32>::type;
+    constexpr std::ptrdiff_t wide_count = sizeof(wide) / sizeof(T);
     if (length <= 4)
         return last_pass<T>(length, data, data, 1);
-    split_complex<const T> twiddles = setup.twiddles(length);
-    split_pass<T>(data.real, data.imag, scratch.real, scratch.imag, twiddles.real, twiddles.imag, length / 4, 1);
+    split_pass<T>(setup, data, scratch, length, 1);
     split_complex<T> from = scratch, to = data;
     std::ptrdiff_t stride = 4;
     for (length /= 4; length > 4; length /= 4, stride *= 4) {
-        twiddles = setup.twiddles(length);
-        if (static_cast<std::size_t>(stride) * sizeof(T) < sizeof(wide))
-            split_pass<narrow>(from.real, from.imag, to.real, to.imag, twiddles.real, twiddles.imag, length / 4, stride);
+        if (stride < wide_count)
+            split_pass<narrow>(setup, from, to, length, stride);
         else
-            split_pass<wide>(from.real, from.imag, to.real, to.imag, twiddles.real, twiddles.imag, length / 4, stride);
+            split_pass<wide>(setup, from, to, length, stride);
         std::swap(from, to);
     }
-    if (static_cast<std::size_t>(stride) * sizeof(T) < sizeof(wide))
+    if (stride < wide_count)
         last_pass<narrow>(length, from, data, stride);
     else
         last_pass<wide>(length, from, data, stride);

@@ -4,7 +4,7 @@
 #include "modeling/frame_grid.h"
 #include "modeling/mph.h"
 #include "modeling/reduce_components.h"
-#include "modeling/spectral.h"
+#include "modeling/modulation.h"
 #include "modeling/window_statistics.h"
 
 namespace veloria {

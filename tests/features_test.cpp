@@ -94,16 +94,6 @@ TEST(FeatureStreams, ReportEachFrameAndStopWhereRefused)
     }
 }
 
-TEST(AnalysisCosts, FollowSelectionAndKind)
-{
-    const veloria::analysis_costs spectral = veloria::estimate_costs(2, 2, 1.0, 1.0);
-    const veloria::analysis_costs mph = veloria::estimate_costs(0, 3, 2.0, 0.25);
-    EXPECT_THAT((std::array{spectral.features, spectral.modeling, spectral.reduction}),
-                testing::Pointwise(testing::DoubleEq(), {117.0, 2.45125, 8.14}));
-    EXPECT_THAT((std::array{mph.features, mph.modeling, mph.reduction}),
-                testing::Pointwise(testing::DoubleEq(), {96.0, 16.0, 100.16}));
-}
-
 TEST(StandardizeColumns, CentresAndScalesEachColumn)
 {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();

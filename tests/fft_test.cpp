@@ -12,9 +12,6 @@
 #include <thread>
 #include <vector>
 
-#include "fft/realfft_vec.h"
-#include "tavel/error.h"
-
 namespace {
 
 template <class T>
@@ -177,22 +174,6 @@ TYPED_TEST(Fft, GivesEachThreadAWorkspaceOfItsOwn)
         for (std::thread& thread : threads)
             thread.join();
     }
-}
-
-TYPED_TEST(Fft, UnpacksTheTopBin)
-{
-    for (const int size : {1, 2, 8, 12}) {
-        SCOPED_TRACE(size);
-        tavel::Vector<TypeParam> buffer(size + 2);
-        buffer[0] = 1;
-        tavel::realfft_vec(buffer, size);
-        for (int k = 0; k <= size / 2; ++k) {
-            EXPECT_NEAR(buffer[2 * k], 1.0, 1e-6);
-            EXPECT_NEAR(buffer[2 * k + 1], 0.0, 1e-6);
-        }
-    }
-    tavel::Vector<TypeParam> buffer(9);
-    EXPECT_THROW(tavel::realfft_vec(buffer, 7), tavel::error);
 }
 
 } // namespace

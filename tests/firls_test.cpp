@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "tavel/error.h"
-#include "tavel/sig_proc/sinint.h"
 #include "tavel/sig_proc/tavel_firls.h"
 
 using std::numbers::pi;
@@ -151,19 +150,6 @@ TEST(Firls, WarnsOfAnOddOrderThatMustPassTheTopAndRaisesIt)
         const Vector<double> h = firls(d.order, d.f, d.a, d.w, d.ftype);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), c.coefficients == d.order + 2 ? warning : "");
         EXPECT_EQ(h.size, c.coefficients);
-    }
-}
-
-TEST(Firls, IntegratesSineAndCosineOnBothSidesOfTheSeriesEnd)
-{
-    // M. Abramowitz, I. A. Stegun, "Handbook of Mathematical Functions", 1964, table 5.1, to their ten digits.
-    const Vector<double> x{0.5, 1, 4, std::nextafter(4.0, 5.0), 10};
-    const double sines[] = {0.4931074180, 0.9460830704, 1.7582031389, 1.7582031389, 1.6583475942};
-    const double cosines[] = {-0.1777840788, 0.3374039229, -0.1409816979, -0.1409816979, -0.0454564330};
-    const Vector<double> si = sinint(x * -1.0), ci = cosint(x);
-    for (int i = 0; i < x.size; ++i) {
-        EXPECT_NEAR(-si[i], sines[i], 6e-11) << x[i];
-        EXPECT_NEAR(ci[i], cosines[i], 6e-11) << x[i];
     }
 }
 

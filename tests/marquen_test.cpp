@@ -14,7 +14,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "marquen/progress_bar.h"
 #include "tests/test_sound.h"
 
 namespace {
@@ -254,20 +253,6 @@ TEST_F(Marquen, StopsWhenInterrupted)
     EXPECT_EQ(end.error, "marquen: " + wav + ": canceled\n");
     EXPECT_EQ(nlohmann::json::parse(end.output)["state"], "canceled");
     EXPECT_FALSE(std::filesystem::exists(gabarit));
-}
-
-TEST(ProgressBar, OnlyGrows)
-{
-    testing::internal::CaptureStderr();
-    {
-        marquen::progress_bar bar(true);
-        for (const double position : {0.0, 0.5, std::nan(""), 0.2, -1.0, 0.501, 1.7, 1.0})
-            bar.show(position);
-        marquen::progress_bar(false).show(0.5);
-    }
-    const std::string drawn = testing::internal::GetCapturedStderr();
-    const std::string half(25, '#'), rest(25, ' ');
-    EXPECT_EQ(drawn, "\r[" + rest + rest + "]   0 %\r[" + half + rest + "]  50 %\r[" + half + half + "] 100 %\r\033[K");
 }
 
 TEST_F(Marquen, IsMatchedByTheExampleHostOfTheReadme)

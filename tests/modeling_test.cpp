@@ -7,13 +7,12 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <complex>
 #include <numeric>
 #include <vector>
 
 #include "modeling/frame_grid.h"
 #include "modeling/mph.h"
-#include "modeling/spectral.h"
+#include "modeling/modulation.h"
 #include "modeling/window_statistics.h"
 #include "tavel/error.h"
 
@@ -91,25 +90,6 @@ TEST(Spectrum, PlacesItsBands)
     EXPECT_EQ(modulation_bands(37.5, 1), (bands{{0, 0}, {0, 0}, {0, 0}}));
     EXPECT_EQ(modulation_bands(20.0, 16), (bands{{1, 2}, {2, 8}}));
     EXPECT_EQ(modulation_bands(1.5, 4), bands());
-}
-
-TEST(Spectrum, SumsTheMagnitudesOfADirectTransform)
-{
-    const matrix stream = noise(50, 1), rows = rows_of(model_spectrum, stream, 37.5, 37);
-    const modulation_band bands[] = {{2, 3}, {5, 26}, {26, 32}};
-    for (int cell = 0; cell < 50 * 3; ++cell) {
-        const auto [first, n] = window_around(cell / 3, 37, 50);
-        const double mean = std::accumulate(stream.data + first, stream.data + first + n, 0.0) / n;
-        double sum = 0.0;
-        for (int k = bands[cell % 3].first_bin; k <= bands[cell % 3].last_bin; ++k) {
-            std::complex<double> bin;
-            for (int t = 0; t < n; ++t)
-                bin += (stream.data[first + t] - mean) / n * std::polar(1.0, -2.0 * M_PI * k * t / 64);
-            sum += std::abs(bin);
-        }
-        EXPECT_EQ(rows(cell / 3, 0), std::fabs(mean));
-        EXPECT_NEAR(rows(cell / 3, cell % 3 + 1), sum, 4e-13); // up to 22 bins, each within 10 epsilon of 8
-    }
 }
 
 TEST(Mph, WeighsTransitionsByTheRanksOfBothFrames)

@@ -36,22 +36,6 @@ matrix reduced(const matrix& stream)
     return streams[0];
 }
 
-double squared_distance(const matrix& stream, int row)
-{
-    const tavel::Vector<double> squares = square(stream(row, tavel::all) - stream(0, tavel::all));
-    return std::accumulate(squares.begin(), squares.end(), 0.0);
-}
-
-TEST(Reduction, KeepsDistances)
-{
-    for (const matrix& stream : {noise(30, 8), noise(6, 20), noise(4, 12)}) {
-        const matrix scores = reduced(stream);
-        ASSERT_EQ(scores.columns, std::min(stream.rows - 1, stream.columns));
-        for (int i = 1; i < stream.rows; ++i) // within a modest multiple of epsilon times the norm
-            EXPECT_NEAR(squared_distance(scores, i), squared_distance(stream, i), 1e-14 * stream.rows * stream.columns);
-    }
-}
-
 // Each column has a size on two rows of its own, and is a component of its own.
 TEST(Reduction, OrdersComponentsAndFillsUpFew)
 {

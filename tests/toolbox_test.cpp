@@ -77,13 +77,6 @@ TEST(Sort, GivesPositionsAndKeepsTheOrderOfEquals)
     EXPECT_THAT(index, ElementsAre(0, 3, 1, 2));
 }
 
-TEST(Extremes, AreThoseOfVectorsAndExpressions)
-{
-    const Vector<double> values{2, -5, 3};
-    EXPECT_EQ(min_elem(values) + max_elem(values), -2.0);
-    EXPECT_EQ(min_elem(square(values) - 1.0) + max_elem(abs(values)), 8.0);
-}
-
 TEST(Hist, PutsEdgesIntoTheLowerBinAndAccumulates)
 {
     const Vector<double> data{-HUGE_VAL, 1, 1.5, std::nextafter(1.5, 2), 3, std::nextafter(3, 4), HUGE_VAL, nan};

@@ -1,4 +1,4 @@
-#include "modeling/spectral.h"
+#include "modeling/modulation.h"
 
 #include <algorithm>
 #include <array>
