@@ -114,7 +114,7 @@ double* FileObj::block(int slot)
 // Fills all three blocks in one go, the middle one beginning at `start`.
 void FileObj::reset(std::int64_t start)
 {
-    storage.assign(static_cast<std::size_t>(3 * block_frames * info.channels), 0.0);
+    storage.resize(static_cast<std::size_t>(3 * block_frames * info.channels));
     for (int slot = 0; slot < 3; ++slot)
         block_start[slot] = start + (slot - 1) * block_frames;
     fill(storage.data(), block_start[0], 3 * block_frames);

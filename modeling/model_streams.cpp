@@ -2,9 +2,9 @@
 
 #include "features/standardize_columns.h"
 #include "modeling/frame_grid.h"
+#include "modeling/modulation.h"
 #include "modeling/mph.h"
 #include "modeling/reduce_components.h"
-#include "modeling/modulation.h"
 #include "modeling/window_statistics.h"
 
 namespace veloria {

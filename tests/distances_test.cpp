@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include "bench/plain_distances.h"
 #include "similarity/frame_distances.h"
 #include "similarity/quantise.h"
-#include "bench/plain_distances.h"
 
 namespace {
 

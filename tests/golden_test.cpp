@@ -178,8 +178,8 @@ double deviation(const tavel::Matrix<double>& matrix, int c)
     return std::sqrt(squares / (matrix.rows - 1));
 }
 
-// Features are single precision inside: to some 1e-4 of a column's deviation. The valleys of the contrast also carry the
-// rounding noise of the transform, of which each bin has about a unit roundoff of the strongest one; a valley's
+// Features are single precision inside: to some 1e-4 of a column's deviation. The valleys of the contrast also carry
+// the rounding noise of the transform, of which each bin has about a unit roundoff of the strongest one; a valley's
 // level moves by twice the ratio of the amplitudes.
 void expect_features(const tavel::Matrix<double>& features, const std::string& name, bool has_valleys)
 {

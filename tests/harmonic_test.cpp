@@ -11,10 +11,10 @@
 #include <random>
 #include <vector>
 
+#include "bench/plain_features.h"
 #include "features/pitch_map.h"
 #include "features/running_median.h"
 #include "tavel/min_max_elem.h"
-#include "bench/plain_features.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "modeling/frame_grid.h"
-#include "modeling/mph.h"
 #include "modeling/modulation.h"
+#include "modeling/mph.h"
 #include "modeling/window_statistics.h"
 #include "tavel/error.h"
 

@@ -13,9 +13,9 @@
 #include <random>
 #include <vector>
 
+#include "bench/plain_features.h"
 #include "features/mel_cepstrum.h"
 #include "features/octave_bands.h"
-#include "bench/plain_features.h"
 
 namespace {
 
