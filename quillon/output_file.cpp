@@ -13,7 +13,8 @@ namespace {
 
 [[noreturn]] void throw_write_error(const std::string& path)
 {
-    throw std::system_error(errno, std::generic_category(), "error writing file '" + path + "'");
+    const int reason = errno; // the text below may change it
+    throw std::system_error(reason, std::generic_category(), "error writing file '" + path + "'");
 }
 
 } // namespace
@@ -38,7 +39,9 @@ void OutputFile::write(const unsigned char* bytes, std::size_t count)
         const ssize_t written = ::write(descriptor, bytes, count);
         if (written < 0 && errno == EINTR)
             continue;
-        if (written < 0)
+        if (written == 0)
+            errno = EIO; // a device that takes nothing would be asked for ever
+        if (written <= 0)
             throw_write_error(path);
         bytes += written;
         count -= static_cast<std::size_t>(written);

@@ -54,7 +54,7 @@ numeric_environment::~numeric_environment()
 
 #else
 
-// Without the control registers of x86-64 only the rounding is ours to set.
+// The rounding is what the standard library can set.
 numeric_environment::numeric_environment()
     : vector_fields(static_cast<std::uint32_t>(std::fegetround())), extended_fields(0)
 {

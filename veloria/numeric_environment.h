@@ -5,8 +5,8 @@
 namespace veloria {
 
 /// For its lifetime the thread rounds to nearest, an extended-precision unit works with 53-bit significands, and
-/// the vector unit flushes denormal results to zero; denormal inputs are left as the host has them. What was there
-/// before comes back at the end.
+/// the vector unit flushes denormal results to zero (both on x86-64 alone); denormal inputs are left as the host has
+/// them. What was there before comes back at the end.
 class numeric_environment {
 public:
     numeric_environment();

@@ -2,8 +2,8 @@
 
 #include <pthread.h>
 
+#include <cstddef>
 #include <memory>
-#include <new>
 #include <stdexcept>
 
 #include "audio/make_reader.h"

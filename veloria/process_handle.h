@@ -16,7 +16,7 @@ namespace veloria {
 
 /// All that the host's thread and the worker share, guarded by its own first member while the worker lives.
 struct job_shared_state {
-    /// @throws std::runtime_error "error creating mutex"
+    /// @throws std::runtime_error "error creating mutex"; std::bad_alloc
     job_shared_state();
     job_shared_state(const job_shared_state&) = delete;
     job_shared_state& operator=(const job_shared_state&) = delete;

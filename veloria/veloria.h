@@ -89,7 +89,8 @@ VELORIA_EXPORT process_state getState(process_handle* handle);
 /// @throws std::logic_error "error message requested while process is still running"
 VELORIA_EXPORT const std::string& getErrorMessage(process_handle* handle);
 
-/// Asks the worker to stop; it does so at its next report.
+/// Asks the worker to stop; it does so at its next report. On a job whose thread is gone, after getErrorMessage() or
+/// cancel() with `wait`, it only stores "processing was canceled", which marks even a finished job as failed.
 /// @param wait also wait for the worker's thread to be gone. Only for a job that has ended: on a running one the
 ///             call holds the lock that the worker needs and does not return. Cancel a running job with `wait`
 ///             false and poll until its state is process_canceled or process_failed.

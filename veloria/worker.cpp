@@ -1,6 +1,7 @@
 #include "veloria/worker.h"
 
 #include <pthread.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <cstring>
@@ -27,6 +28,16 @@ void analyse_and_write(process_handle& job)
     write_gabarit(job.similarity, job.frame_times, job.input_path, command, sample_rate, channels, job.output_path);
     // Too late for a cancel to stop anything: the answer doesn't matter.
     job.sink.report(job.sink.context, 1.0);
+}
+
+// A write to a broken pipe or beyond a limit would end the host's process; blocked, it comes back as an error.
+void block_write_signals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    sigaddset(&signals, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 // An error's text may find no memory left; then as much of it is kept as there is room for.
@@ -71,6 +82,7 @@ bool job_report(void* context, double position)
 
 void* worker_main(void* handle)
 {
+    block_write_signals();
     process_handle& job = *static_cast<process_handle*>(handle);
     job_shared_state& shared = *job.shared;
     try {
