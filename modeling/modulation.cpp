@@ -22,13 +22,12 @@ struct frequency_band {
 // Between 2 and 3 Hz lies no band, and the bin of 15 Hz counts in two.
 constexpr std::array<frequency_band, 3> frequency_bands{{{1.0, 2.0}, {3.0, 15.0}, {15.0, 25.0}}};
 
-// The smallest power of two that holds the window.
+constexpr int largest_transform = 1 << 30;
+
+// The smallest power of two that holds the window, if there is one.
 int transform_size(int modeling_frames)
 {
-    constexpr int largest = 1 << 30;
-    if (modeling_frames > largest)
-        throw tavel::error("realfft_vec:: Error in realfft");
-    return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::max(modeling_frames, 1))));
+    return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::clamp(modeling_frames, 1, largest_transform))));
 }
 
 // The larger part is taken out of the root, so that no square overflows.
@@ -75,6 +74,8 @@ void model_spectrum(const tavel::Matrix<double>& stream, double frame_rate, int 
     modeled.resize(frame_centers.size, group_size * stream.columns);
     if (modeled.rows == 0)
         return;
+    if (modeling_frames > largest_transform)
+        throw tavel::error("realfft_vec:: Error in realfft");
 
     progress.scale = progress.range / modeled.rows;
     tavel::Vector<double> buffer(fft_size + 2);

@@ -1,6 +1,7 @@
 #include "modeling/mph.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <numeric>
 #include <vector>
@@ -28,7 +29,11 @@ tavel::Matrix<int> rank_features(const tavel::Matrix<double>& stream, progress_r
         const auto leads = [&](int a, int b) {
             const double value_a = stream(frame, a);
             const double value_b = stream(frame, b);
-            return value_a > value_b || (value_a == value_b && a < b);
+            if (value_a > value_b || value_b > value_a)
+                return value_a > value_b;
+            if (std::isnan(value_a) != std::isnan(value_b))
+                return std::isnan(value_b); // a NaN comes last
+            return a < b;
         };
         int* best = ranks.column_data(frame);
         std::partial_sort_copy(features.begin(), features.end(), best, best + probe_count, leads);

@@ -26,7 +26,7 @@ void screen_columns(tavel::Matrix<double>& stream)
         if (std::fabs(means[c]) >= threshold)
             selected.push_back(c);
     }
-    if (selected.size > 2)
+    if (selected.size > 2 && selected.size < stream.columns)
         stream = tavel::select_columns(stream, selected);
 }
 
@@ -49,7 +49,7 @@ void factorise(tavel::Matrix<double>& matrix, tavel::Matrix<double>& u_full, tav
     const int work_length = std::max(5 * singular.size, 3 * singular.size + std::max(m, n));
     tavel::Matrix<double> vt_full(n, n);
     tavel::Vector<double> work(work_length);
-    int info = 0; // not looked at: values that didn't converge still order the rows
+    int info = 0; // not looked at: what the routine left is taken
     dgesvd_("A", "A", &m, &n, matrix.data, &leading, singular.data, u_full.data, &leading, vt_full.data, &n, work.data,
             &work_length, &info, 1, 1);
 }
@@ -82,7 +82,7 @@ tavel::Vector<int> select_components(const tavel::Vector<double>& variances)
         selected.push_back(0);
     selected.push_back(selected[selected.size - 1] + 1);
     selected.push_back(selected[selected.size - 1] + 1);
-    while (selected.size > 0 && selected[selected.size - 1] >= variances.size)
+    while (selected[selected.size - 1] >= variances.size)
         selected.resize(selected.size - 1);
     return selected;
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <limits>
 #include <numeric>
 #include <vector>
 
@@ -90,6 +91,18 @@ TEST(Spectrum, PlacesItsBands)
     EXPECT_EQ(modulation_bands(37.5, 1), (bands{{0, 0}, {0, 0}, {0, 0}}));
     EXPECT_EQ(modulation_bands(20.0, 16), (bands{{1, 2}, {2, 8}}));
     EXPECT_EQ(modulation_bands(1.5, 4), bands());
+}
+
+TEST(Mph, RanksNaNLast)
+{
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    matrix stream(2, 5, nan); // the second frame has no numbers: its ranks go by the features' order
+    for (int f = 1; f < 5; ++f)
+        stream(0, f) = f;
+    const matrix rows = rows_of(model_mph, stream, 3);
+    EXPECT_EQ(rows(0, 4 * 5 + 0), 50.0);
+    EXPECT_EQ(rows(0, 1 * 5 + 3), 20.0);
+    EXPECT_EQ(rows(0, 0), 0.0);
 }
 
 TEST(Mph, WeighsTransitionsByTheRanksOfBothFrames)
