@@ -9,7 +9,7 @@
 #        endif
 #    endif
 #    ifndef TAVEL_CLONES
-#        define TAVEL_CLONES __attribute__((target_clones("default", "arch=x86-64-v3")))
+#        define TAVEL_CLONES __attribute__((target_clones("default", "avx2")))
 #    endif
 #else
 #    define TAVEL_CLONES
