@@ -70,7 +70,7 @@ inline ptrdiff_t last_place(const pass_shape& shape, ptrdiff_t h)
 }
 
 template <int RADIX, class T>
-void forward_pass(const pass_shape& shape, const T* __restrict in, T* __restrict out, const T* __restrict twiddles)
+void forward_first_columns(const pass_shape& shape, const T* __restrict in, T* __restrict out)
 {
     const ptrdiff_t columns = shape.columns, row = shape.row_size();
     for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += columns, out += RADIX * columns) {
@@ -80,33 +80,56 @@ void forward_pass(const pass_shape& shape, const T* __restrict in, T* __restrict
         forward_first(x);
         for (int h = 0; h < RADIX; ++h)
             out[first_place(shape, h)] = x[h];
+    }
+}
 
+template <int RADIX, class T>
+void forward_last_columns(const pass_shape& shape, const T* __restrict in, T* __restrict out)
+{
+    const ptrdiff_t columns = shape.columns, row = shape.row_size();
+    for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += columns, out += RADIX * columns) {
+        T x[RADIX];
+        for (int j = 0; j < RADIX; ++j)
+            x[j] = in[j * row + columns - 1];
+        forward_last(x);
+        for (int h = 0; h < RADIX; ++h)
+            out[last_place(shape, h)] = x[h];
+    }
+}
+
+template <int RADIX, class T>
+void forward_pairs(const pass_shape& shape, const T* __restrict in, T* __restrict out, const T* __restrict twiddles)
+{
+    const ptrdiff_t columns = shape.columns, row = shape.row_size();
+    for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += columns, out += RADIX * columns) {
         for (ptrdiff_t i = 1; i + 1 < columns; i += 2) {
-            complex_value<T> z[RADIX] = {load_pair(in + i)};
+            complex_value<T> z[RADIX];
+            z[0] = load_pair(in + i);
             for (int j = 1; j < RADIX; ++j)
                 z[j] = multiply_conjugate(load_pair(in + j * row + i), load_pair(twiddles + (j - 1) * columns + i - 1));
             butterfly(z);
-            const ptrdiff_t mirror = columns - 1 - i;
+            const ptrdiff_t mirror = columns - 2 - i;
             for (int m = 0; 2 * m < RADIX; ++m)
                 store_pair(z[m], out + 2 * m * columns + i);
             for (int m = 1; 2 * m <= RADIX; ++m)
-                store_pair(conjugate(z[RADIX - m]), out + (2 * m - 1) * columns + mirror - 1);
-        }
-
-        if constexpr (RADIX % 2 == 0) {
-            if (columns % 2 == 0) {
-                for (int j = 0; j < RADIX; ++j)
-                    x[j] = in[j * row + columns - 1];
-                forward_last(x);
-                for (int h = 0; h < RADIX; ++h)
-                    out[last_place(shape, h)] = x[h];
-            }
+                store_pair(conjugate(z[RADIX - m]), out + (2 * m - 1) * columns + mirror);
         }
     }
 }
 
 template <int RADIX, class T>
-void inverse_pass(const pass_shape& shape, const T* __restrict in, T* __restrict out, const T* __restrict twiddles)
+void forward_pass(const pass_shape& shape, const T* in, T* out, const T* twiddles)
+{
+    forward_first_columns<RADIX>(shape, in, out);
+    forward_pairs<RADIX>(shape, in, out, twiddles);
+    if constexpr (RADIX % 2 == 0) {
+        if (shape.columns % 2 == 0)
+            forward_last_columns<RADIX>(shape, in, out);
+    }
+}
+
+template <int RADIX, class T>
+void inverse_first_columns(const pass_shape& shape, const T* __restrict in, T* __restrict out)
 {
     const ptrdiff_t columns = shape.columns, row = shape.row_size();
     for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += RADIX * columns, out += columns) {
@@ -116,29 +139,51 @@ void inverse_pass(const pass_shape& shape, const T* __restrict in, T* __restrict
         inverse_first(x);
         for (int j = 0; j < RADIX; ++j)
             out[j * row] = x[j];
+    }
+}
 
+template <int RADIX, class T>
+void inverse_last_columns(const pass_shape& shape, const T* __restrict in, T* __restrict out)
+{
+    const ptrdiff_t columns = shape.columns, row = shape.row_size();
+    for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += RADIX * columns, out += columns) {
+        T x[RADIX];
+        for (int h = 0; h < RADIX; ++h)
+            x[h] = in[last_place(shape, h)];
+        inverse_last(x);
+        for (int j = 0; j < RADIX; ++j)
+            out[j * row + columns - 1] = x[j];
+    }
+}
+
+template <int RADIX, class T>
+void inverse_pairs(const pass_shape& shape, const T* __restrict in, T* __restrict out, const T* __restrict twiddles)
+{
+    const ptrdiff_t columns = shape.columns, row = shape.row_size();
+    for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += RADIX * columns, out += columns) {
         for (ptrdiff_t i = 1; i + 1 < columns; i += 2) {
             complex_value<T> z[RADIX];
-            const ptrdiff_t mirror = columns - 1 - i;
+            const ptrdiff_t mirror = columns - 2 - i;
             for (int m = 0; 2 * m < RADIX; ++m)
                 z[m] = swap_parts(load_pair(in + 2 * m * columns + i));
             for (int m = 1; 2 * m <= RADIX; ++m)
-                z[RADIX - m] = swap_parts(conjugate(load_pair(in + (2 * m - 1) * columns + mirror - 1)));
+                z[RADIX - m] = swap_parts(conjugate(load_pair(in + (2 * m - 1) * columns + mirror)));
             butterfly(z);
             store_pair(swap_parts(z[0]), out + i);
             for (int j = 1; j < RADIX; ++j)
                 store_pair(swap_parts(z[j]) * load_pair(twiddles + (j - 1) * columns + i - 1), out + j * row + i);
         }
+    }
+}
 
-        if constexpr (RADIX % 2 == 0) {
-            if (columns % 2 == 0) {
-                for (int h = 0; h < RADIX; ++h)
-                    x[h] = in[last_place(shape, h)];
-                inverse_last(x);
-                for (int j = 0; j < RADIX; ++j)
-                    out[j * row + columns - 1] = x[j];
-            }
-        }
+template <int RADIX, class T>
+void inverse_pass(const pass_shape& shape, const T* in, T* out, const T* twiddles)
+{
+    inverse_first_columns<RADIX>(shape, in, out);
+    inverse_pairs<RADIX>(shape, in, out, twiddles);
+    if constexpr (RADIX % 2 == 0) {
+        if (shape.columns % 2 == 0)
+            inverse_last_columns<RADIX>(shape, in, out);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <complex>
 #include <cstddef>
@@ -11,6 +12,8 @@
 #include <random>
 #include <thread>
 #include <vector>
+
+#include "fft/mixed_radix_pass.h"
 
 namespace {
 
@@ -173,6 +176,38 @@ TYPED_TEST(Fft, GivesEachThreadAWorkspaceOfItsOwn)
             });
         for (std::thread& thread : threads)
             thread.join();
+    }
+}
+
+struct factor_case {
+    int size;
+    std::array<int, 4> tries;
+    std::vector<int> factors;
+};
+
+constexpr std::array<int, 4> real_tries = {4, 2, 3, 5}, complex_tries = {3, 4, 2, 5};
+
+const factor_case factor_cases[] = {
+    {1, real_tries, {}},
+    {2, real_tries, {2}},
+    {12, real_tries, {4, 3}},
+    {12, complex_tries, {3, 4}},
+    {14, real_tries, {2, 7}},
+    {24, complex_tries, {2, 3, 4}},
+    {1000, real_tries, {2, 4, 5, 5, 5}},
+    {4410, real_tries, {2, 3, 3, 5, 7, 7}},
+    {2018, real_tries, {2, 1009}},
+    {1162261467, real_tries, std::vector<int>(19, 3)},
+    {2147117569, complex_tries, {46337, 46337}},
+};
+
+TEST(MixedRadix, FactorsInTheOrderOfThePasses)
+{
+    for (const factor_case& c : factor_cases) {
+        SCOPED_TRACE(c.size);
+        const libfft::pass_factors found = libfft::factorize(c.size, c.tries);
+        EXPECT_EQ(found[0], c.size);
+        EXPECT_EQ(std::vector<int>(found.begin() + 2, found.begin() + 2 + found[1]), c.factors);
     }
 }
 
