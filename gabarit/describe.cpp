@@ -1,6 +1,7 @@
 #include "gabarit/commands.h"
 
 #include <charconv>
+#include <system_error>
 
 #include <nlohmann/json.hpp>
 
@@ -17,7 +18,8 @@ json setting(const std::string& word)
     const char* const end = word.data() + word.size();
     if (word.empty())
         return nullptr;
-    return std::from_chars(word.data(), end, number).ptr == end ? json(number) : json(word);
+    const auto [read_to, fault] = std::from_chars(word.data(), end, number);
+    return read_to == end && fault == std::errc() ? json(number) : json(word);
 }
 
 json facts_of(const std::string& path)

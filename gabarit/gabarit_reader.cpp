@@ -42,15 +42,16 @@ void gabarit_reader::read_until_info()
 {
     FrameHeader frame{};
     while (sdif_.next_frame(frame)) {
+        check_time(frame);
         if (frame.signature == Quillon::table_signature)
             read_table();
         else if (frame.signature == data_signature)
             throw FormatError(frame.offset, "no gabarit: data come before the information frame");
         else if (frame.signature == info_signature && read_info_frame()) {
             check_info(frame.offset);
-            check_time(frame);
             return;
-        }
+        } else
+            skip_matrices();
     }
     throw FormatError(Quillon::opening_frame_bytes, "no gabarit: there is no information frame");
 }
@@ -68,6 +69,13 @@ std::string showable(std::string_view text)
         text.remove_prefix(std::max<std::size_t>(bytes, 1));
     }
     return shown;
+}
+
+// What isn't asked for must still be what the format allows.
+void gabarit_reader::skip_matrices()
+{
+    MatrixHeader matrix{};
+    while (sdif_.next_matrix(matrix)) {}
 }
 
 void gabarit_reader::read_table()
@@ -143,7 +151,8 @@ void gabarit_reader::check_time(const FrameHeader& frame)
 bool gabarit_reader::next_column(gabarit_column& column)
 {
     FrameHeader frame{};
-    do {
+    bool is_column = false;
+    while (!is_column) {
         if (!sdif_.next_frame(frame)) {
             if (columns_read_ < size_)
                 throw FormatError(frame.offset, "the file ends after " + std::to_string(columns_read_) + " of " +
@@ -151,7 +160,10 @@ bool gabarit_reader::next_column(gabarit_column& column)
             return false;
         }
         check_time(frame);
-    } while (frame.signature != data_signature || frame.stream != 0);
+        is_column = frame.signature == data_signature && frame.stream == 0;
+        if (!is_column)
+            skip_matrices();
+    }
 
     if (columns_read_ == size_)
         throw FormatError(frame.offset, "there are more frames than the " + std::to_string(size_) + " announced");

@@ -62,6 +62,7 @@ public:
 
 private:
     void read_until_info();
+    void skip_matrices();
     void read_table();
     bool read_info_frame();
     void check_info(std::uint64_t offset);

@@ -1,7 +1,10 @@
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <map>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -130,14 +133,24 @@ int main(int argc, char** argv)
     given.picture.begins_at = origins.at(given.origin);
     given.picture.colors = color_maps.at(given.map);
 
+    int status = 0;
     if (*verify)
-        return verify_all(given.files);
-    return run_on(given.file, [&] {
-        if (*info)
-            std::cout << describe_gabarit(given.file, given.as_json);
-        else if (*picture)
-            draw_gabarit(given.file, given.out, given.picture);
-        else
-            export_gabarit(given.file, given.out);
-    });
+        status = verify_all(given.files);
+    else
+        status = run_on(given.file, [&] {
+            std::error_code unknown;
+            if (std::filesystem::equivalent(given.file, given.out, unknown))
+                throw std::runtime_error("would be overwritten");
+            if (*info)
+                std::cout << describe_gabarit(given.file, given.as_json);
+            else if (*picture)
+                draw_gabarit(given.file, given.out, given.picture);
+            else
+                export_gabarit(given.file, given.out);
+        });
+    if (!std::cout.flush()) {
+        std::cerr << "gabarit: the standard output can't be written\n";
+        return 1;
+    }
+    return status;
 }

@@ -114,6 +114,8 @@ TEST(Gabarit, VerifyNamesTheDamage)
     const std::string whole = content_of(folder.path("g.sdif"));
     // From the end: a frame has 24 bytes, then 16 and 8, then 16 and 3 with 5 of padding.
     const std::size_t frame = 72, last = whole.size() - frame, info = last - 2 * frame - 96;
+    const auto table_size = [&](std::size_t at) { return static_cast<unsigned char>(whole[at]); };
+    const std::size_t types = 24U + 256U * table_size(22) + table_size(23);
     const auto with = [&](std::size_t offset, const std::string& bytes) {
         return std::string(whole).replace(offset, bytes.size(), bytes);
     };
@@ -143,6 +145,7 @@ TEST(Gabarit, VerifyNamesTheDamage)
         {with(info + 24 + 16 + 16, "\x7f"), at(info, "the information frame gives no usable number of frames")},
         {with(info + 24 + 16 + 16, "\x40\x80"), at(info, "no gabarit of a sound with itself: the frames don't have as "
                                                          "many values as there are frames")},
+        {with(24, "\x3f\xf0"), at(types + 8, "the times of the frames don't ascend")},
         {with(info, "IGBH"), at(last - 2 * frame, "no gabarit: data come before the information frame")},
         {whole.substr(0, info), at(16, "no gabarit: there is no information frame")},
     };
