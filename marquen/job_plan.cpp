@@ -80,8 +80,8 @@ std::int64_t to_bytes(double bytes)
 
 job_plan plan_job(const sound_shape& sound, const options& chosen)
 {
-    // A finer grid than this fits no machine, and walking it takes too long for a look.
-    constexpr double finest_grid = 4.0e9;
+    // Walking a finer grid takes too long for a look. It has a centre at nearly every frame.
+    constexpr double finest_grid = 1.0e8;
     const framing frames = framing_of(chosen.features);
     const double samples = samples_of(sound);
     const double centres = grid_count(sound.seconds(), chosen.modeling_step);

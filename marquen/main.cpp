@@ -81,5 +81,9 @@ int main(int argc, char** argv)
         std::cout << to_json(done, *chosen) << '\n';
     else if (done.state == summary::planned)
         std::cout << to_text(*done.plan) << '\n';
+    if (!std::cout.flush()) {
+        std::cerr << "marquen: the standard output can't be written\n";
+        return 1;
+    }
     return exit_status(done.state);
 }

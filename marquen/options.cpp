@@ -65,6 +65,10 @@ void check_outputs(const options& chosen)
     for (const std::string& output : {chosen.similarity, chosen.picture})
         if (is_input(output, chosen.input))
             throw CLI::ValidationError("'" + output + "' is the sound itself and would be overwritten");
+    std::error_code unknown;
+    if (!chosen.picture.empty() && std::filesystem::weakly_canonical(chosen.similarity, unknown) ==
+                                       std::filesystem::weakly_canonical(chosen.picture, unknown))
+        throw CLI::ValidationError("--similarity and --picture name the same file");
 }
 
 // Words, before they become enumeration values.

@@ -1,8 +1,11 @@
 #include "marquen/summary.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
+
+#include "gabarit/gabarit_reader.h"
 
 namespace marquen {
 
@@ -13,6 +16,17 @@ constexpr const char* state_words[] = {"planned", "finished", "failed", "cancele
 nlohmann::ordered_json text_or_null(const std::string& text)
 {
     return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+}
+
+// Some texts of the library have line breaks inside or at their end, and blanks around them.
+std::string on_one_line(const std::string& text)
+{
+    std::istringstream lines(text);
+    std::string joined;
+    for (std::string line; std::getline(lines >> std::ws, line);)
+        joined += (joined.empty() ? "" : " ") + line;
+    joined.erase(joined.find_last_not_of(' ') + 1);
+    return joined;
 }
 
 } // namespace
@@ -54,14 +68,10 @@ std::string to_text(const job_plan& plan)
 
 std::string error_line(const std::string& text, const options& chosen)
 {
-    std::istringstream words(text); // some texts of the library have line breaks inside or at their end
-    std::string line;
-    for (std::string word; words >> word;)
-        line += (line.empty() ? "" : " ") + word;
-    bool names_file = !chosen.similarity.empty() && text.find(chosen.similarity) != std::string::npos;
-    for (const std::string& path : chosen.input)
-        names_file = names_file || text.find(path) != std::string::npos;
-    return names_file ? line : chosen.input.front() + ": " + line;
+    const auto names = [&](const std::string& path) { return text.find("'" + path + "'") != std::string::npos; };
+    const bool names_file =
+        names(chosen.similarity) || names(chosen.picture) || std::ranges::any_of(chosen.input, names);
+    return showable((names_file ? "" : chosen.input.front() + ": ") + on_one_line(text));
 }
 
 } // namespace marquen
