@@ -27,5 +27,10 @@ install(FILES
 file(RELATIVE_PATH VELORIA_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 cmake_path(APPEND VELORIA_PC_LIBDIR "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
 cmake_path(APPEND VELORIA_PC_INCLUDEDIR "\${prefix}" "${CMAKE_INSTALL_INCLUDEDIR}")
+# A static library hands what it needs on to the host; the shared one has it linked in.
+if(NOT BUILD_SHARED_LIBS)
+    set(VELORIA_PC_REQUIRES sndfile)
+    set(VELORIA_PC_LIBS "-llapack -lblas -lpthread")
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/veloria.pc.in veloria.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/veloria.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
