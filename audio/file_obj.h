@@ -5,6 +5,8 @@
 
 #include <sndfile.h>
 
+#include "tavel/zeroed_allocator.h"
+
 namespace readsnd {
 
 /// A sound file behind a cache of three consecutive blocks, each ten times as long as the longest request yet or
@@ -49,13 +51,14 @@ private:
     void record_end(std::int64_t frame);
 
     SNDFILE* handle = nullptr;
+    bool owned = false; // whether open() made the handle
     SF_INFO info{};
     std::int64_t end_frame = -1;      // where the file turned out to end; -1 while unknown
+    std::int64_t file_pos = 0;        // frame at which libsndfile stands
     std::int64_t block_frames = 0;    // 0 before the first read
     std::int64_t block_start[3] = {}; // a ring: each block continues the one before
-    std::int64_t file_pos = 0;        // frame at which libsndfile stands
-    std::vector<double> storage;      // the three blocks
-    bool owned = false;               // whether open() made the handle
+    // The three blocks, all of them written at each reset: the allocator spares zeroing them first.
+    std::vector<double, tavel::zeroed_allocator<double>> storage;
 };
 
 } // namespace readsnd

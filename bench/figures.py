@@ -39,19 +39,20 @@ def row(what, ours, peer, peer_name, faster):
 
 
 def write_sound(path, minutes):
+    """Stereo tones of a second each over noise; the same minute again and again."""
+    minute, noise = bytearray(), 1
+    for second in range(60):
+        pitch = 110.0 * 2 ** (second // 2 * 7 % 12 / 12)
+        for i in range(RATE):
+            noise = (noise * 1664525 + 1013904223) & 0xffffffff
+            value = 6000.0 * math.sin(2 * math.pi * pitch * i / RATE) + (noise >> 22)
+            minute += struct.pack("<hh", int(value), int(0.7 * value))
     with wave.open(path, "wb") as sound:
         sound.setnchannels(2)
         sound.setsampwidth(2)
         sound.setframerate(RATE)
-        noise = 1
-        for second in range(60 * minutes):
-            pitch = 110.0 * 2 ** (second // 2 * 7 % 12 / 12)
-            frames = bytearray()
-            for i in range(RATE):
-                noise = (noise * 1664525 + 1013904223) & 0xffffffff
-                value = 6000.0 * math.sin(2 * math.pi * pitch * i / RATE) + (noise >> 22)
-                frames += struct.pack("<hh", int(value), int(0.7 * value))
-            sound.writeframes(frames)
+        for _ in range(minutes):
+            sound.writeframes(minute)
 
 
 def cpu_seconds(command, environment=None):

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstddef>
 
 #include "tavel/clones.h"
 
@@ -68,7 +67,7 @@ float sum_powers_below(const std::int32_t* keys, int count, std::int32_t bound, 
 }
 
 // Mean of the powers with the `wanted` smallest keys. Bisection over the keys' range ends early once a bound has
-// just that many keys below it; else it ends on a key that several bins share, and some of those fill up the sum.
+// just that many keys below it; else it ends on the key at the edge, which fills up the sum.
 float mean_of_smallest(const std::int32_t* keys, int count, int wanted, std::int32_t order)
 {
     const key_range range = range_of_keys(keys, count);

@@ -14,7 +14,7 @@ struct pitch_map {
 };
 
 /// Maps the bins between two frequencies, both exclusive; A is 440 Hz. A class that is nobody's lower neighbour has
-/// no band of its own: what would fall on it goes to the next one up.
+/// no band of its own: what would fall on it goes to the next one up, above the last to one more band.
 /// @throws tavel::error "min/max_elem called for empty vector \n" where no bin lies between them
 /// Pitch class profile: T. Fujishima, "Realtime chord recognition of musical sound", Proc. ICMC 1999.
 pitch_map build_pitch_map(int transform_size, double sr, double f_low, double f_high);

@@ -52,6 +52,7 @@ void interpolate(double* __restrict distances, int count, double scale, double w
         const double below = lower * width;
         const double above = (lower + 1) * width;
         const double inner = ((x - below) * values[lower + 1] + (above - x) * values[lower]) / (above - below);
+        // At 0 both are right where the width is 0: then all distances are in the first bin, and the values are equal.
         const double outer = x <= 0.0 ? first_value : last_value;
         const bool inside = (x > 0.0) & (x < last_centre);
         const double value = inside ? inner : outer;
