@@ -21,12 +21,16 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 RATE = 44100
 
 
-def bench(build, name, pattern, repetitions=ROUNDS):
+def bench_run(build, name, pattern, *options):
+    """What the benchmarks that match report."""
+    command = [f"{build}/bench/{name}_bench", f"--benchmark_filter={pattern}", "--benchmark_format=json", *options]
+    return json.loads(subprocess.run(command, check=True, capture_output=True, text=True).stdout)["benchmarks"]
+
+
+def bench(build, name, pattern):
     """Median CPU seconds of each benchmark that matches."""
-    command = [f"{build}/bench/{name}_bench", f"--benchmark_filter={pattern}", "--benchmark_format=json",
-               f"--benchmark_repetitions={repetitions}", "--benchmark_enable_random_interleaving=true",
-               "--benchmark_report_aggregates_only=true"]
-    runs = json.loads(subprocess.run(command, check=True, capture_output=True, text=True).stdout)["benchmarks"]
+    runs = bench_run(build, name, pattern, f"--benchmark_repetitions={ROUNDS}",
+                     "--benchmark_enable_random_interleaving=true", "--benchmark_report_aggregates_only=true")
     unit = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
     return {run["run_name"]: run["cpu_time"] * unit[run["time_unit"]]
             for run in runs if run["aggregate_name"] == "median"}
@@ -74,11 +78,11 @@ def whole_jobs(build, minutes):
             "numpy": ["/usr/bin/python3", f"{HERE}/peers/selfsim.py", sound, f"{folder}/out.npy"],
             "fpcalc": ["fpcalc", "-length", "100000", sound],
         }
-        seconds, memory = {}, {}
+        seconds, memory, printed = {}, {}, {}
         for _ in range(ROUNDS if minutes < 30 else 1):
             for name, command in commands.items():
                 try:
-                    taken, peak, _ = cpu_seconds(command, plain_environment)
+                    taken, peak, printed[name] = cpu_seconds(command, plain_environment)
                 except OSError:
                     continue
                 seconds.setdefault(name, []).append(taken)
@@ -87,6 +91,13 @@ def whole_jobs(build, minutes):
     for peer, faster in (("numpy", True), ("fpcalc", False)):
         if peer in median:
             row(f"whole job, {minutes} min, CPU", median["ours"], median[peer], peer, faster)
+    if "numpy" in median and minutes in (5, 60):
+        stages = bench_run(build, "job", f"stages/minutes:{minutes}/")[0]
+        row(f"the same without dgesvd, {minutes} min", median["ours"] - stages["svd"],
+            median["numpy"] - float(printed["numpy"].split()[1]), "numpy", True)
+        print(f"| shares of the stages, {minutes} min | " + ", ".join(
+            f"{name} {1e3 * stages[name]:.4g}" for name in ("load", "features", "modeling", "distances", "file")) +
+              f" ms; of modeling {1e3 * stages['svd']:.4g} in dgesvd | | |")
     print(f"| peak memory, {minutes} min | {memory['ours']:.0f} MiB | numpy {memory.get('numpy', math.nan):.0f} MiB | |")
 
 

@@ -6,12 +6,13 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "audio/load_sound.h"
@@ -100,14 +101,17 @@ bool accept(void*, double)
     return true;
 }
 
-// Seconds since the last call.
+double cpu_seconds()
+{
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+// CPU seconds since the last call.
 double lap()
 {
-    static auto last = std::chrono::steady_clock::now();
-    const auto now = std::chrono::steady_clock::now();
-    const double seconds = std::chrono::duration<double>(now - last).count();
-    last = now;
-    return seconds;
+    static double last = 0.0;
+    const double before = std::exchange(last, cpu_seconds());
+    return last - before;
 }
 
 double svd_seconds = 0.0;
@@ -120,14 +124,14 @@ extern "C" void dgesvd_(const char* jobu, const char* jobvt, const int* m, const
                         const int* lwork, int* info, std::size_t jobu_length, std::size_t jobvt_length)
 {
     static const auto routine = reinterpret_cast<decltype(&dgesvd_)>(dlsym(RTLD_NEXT, "dgesvd_"));
-    const auto begin = std::chrono::steady_clock::now();
+    const double begin = cpu_seconds();
     routine(jobu, jobvt, m, n, a, lda, s, u, ldu, vt, ldvt, work, lwork, info, jobu_length, jobvt_length);
-    svd_seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    svd_seconds += cpu_seconds() - begin;
 }
 
 namespace {
 
-// One job of the default settings, stage by stage; seconds of each as counters.
+// One job of the default settings, stage by stage; CPU seconds of each as counters.
 void stages(benchmark::State& state)
 {
     const bench_sound sound(static_cast<int>(state.range(0)));
