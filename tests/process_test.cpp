@@ -78,7 +78,7 @@ public:
     {
         std::string data;
         for (int i = 0; i < 2 * frames; ++i)
-            data.push_back(static_cast<char>(i * i / 7));
+            data.push_back(static_cast<char>(i % 251));
         EXPECT_EQ(write(ends[1], data.data(), data.size()), static_cast<ssize_t>(data.size()));
         close(ends[1]);
     }
