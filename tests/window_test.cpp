@@ -66,6 +66,8 @@ TEST(Window, RefusesWhatItDoesNotKnow)
     EXPECT_EQ(libfft::make_window(4, 1, &value, 0.0), 0);
     EXPECT_EQ(libfft::make_window(4, 0, &value, 2.0), 1);
     EXPECT_EQ(value, 5.0);
+    double values[9];
+    EXPECT_EQ(libfft::make_window(5, 9, values, 1e6), 1); // its series passes all numbers, and must still end
 }
 
 TEST(Window, ScalesAnAnalysisWindowToASumOfTwo)
