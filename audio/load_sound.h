@@ -18,7 +18,7 @@ namespace corvane {
 /// @throws tavel::error       what the Resampler throws; "min/max_elem called for empty expression \n" for a block
 ///                            that yields no sample
 /// @throws corvane::cancel_exception
-/// Without memory for it the process ends with status 1 and a line on the standard error stream.
+/// Without memory for it the process ends with status 1 and two lines on the standard error stream.
 void load_sound(AbstractReader& reader, double target_rate, bool clip, bool normalize, tavel::Vector<double>& output,
                 veloria::progress_record& progress);
 

@@ -35,7 +35,8 @@ public:
     /// Designs the filter. Equal rates need none: the samples pass as they are.
     /// @throws tavel::error "The resampler can't operate with sampling rates equal to zero.\n..." for a rate below 1;
     ///         "The resampling ratio is too low for this frame size: increase the frame size" if a whole first block
-    ///         would yield nothing; std::length_error for a filter of more than 2^31 coefficients; std::bad_alloc
+    ///         would yield nothing and is no multiple of the step; std::length_error for a filter of more than 2^31
+    ///         coefficients; std::bad_alloc
     Resampler(int target_hz, int source_hz);
 
     const filter_sizes& sizes() const { return filter; }

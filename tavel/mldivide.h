@@ -6,7 +6,7 @@
 namespace tavel {
 
 /// Solution X of A X = B: by elimination where A is square, else the least-squares solution of smallest norm, from the
-/// singular values above eps times the rows of A.
+/// singular values above eps times the rows of A times the largest one.
 /// @throws tavel::error "mldivide :: solution is badly conditioned \n", "mldivide :: argument error in mldivide
 ///         info = %d\n" with the number of LAPACK's bad argument, negated
 Matrix<double> mldivide(const Matrix<double>& a, const Matrix<double>& b);
