@@ -27,14 +27,14 @@ transform_tables<T> complex_setup(int size);
 /// In place on `size` values, from and to the packed spectrum of realfft. The inverse carries the factor 1 / size.
 /// The values at both special frequencies share the first slot, so the size must be even.
 template <class T>
-void real_forward(int size, T* data, const transform_tables<T>& tables) noexcept;
+void real_forward(int size, T* data, transform_tables<T>& tables) noexcept;
 template <class T>
-void real_inverse(int size, T* data, const transform_tables<T>& tables) noexcept;
+void real_inverse(int size, T* data, transform_tables<T>& tables) noexcept;
 
 /// In place on `size` interleaved complex values. The inverse carries the factor 1 / size.
 template <class T>
-void complex_forward(int size, T* data, const transform_tables<T>& tables) noexcept;
+void complex_forward(int size, T* data, transform_tables<T>& tables) noexcept;
 template <class T>
-void complex_inverse(int size, T* data, const transform_tables<T>& tables) noexcept;
+void complex_inverse(int size, T* data, transform_tables<T>& tables) noexcept;
 
 } // namespace libfft

@@ -105,7 +105,7 @@ void general_complex_pass(const pass_shape& shape, T* __restrict values, T* __re
 }
 
 template <bool INVERSE, class T>
-void complex_passes(int size, T* data, const transform_tables<T>& tables)
+void complex_passes(int size, T* data, transform_tables<T>& tables)
 {
     T* const scratch = tables.data.get();
     const T* twiddles = scratch + 2 * static_cast<ptrdiff_t>(size);
@@ -151,13 +151,13 @@ transform_tables<T> complex_setup(int size)
 }
 
 template <class T>
-void complex_forward(int size, T* data, const transform_tables<T>& tables) noexcept
+void complex_forward(int size, T* data, transform_tables<T>& tables) noexcept
 {
     complex_passes<false>(size, data, tables);
 }
 
 template <class T>
-void complex_inverse(int size, T* data, const transform_tables<T>& tables) noexcept
+void complex_inverse(int size, T* data, transform_tables<T>& tables) noexcept
 {
     complex_passes<true>(size, data, tables);
     const T factor = T(1) / static_cast<T>(size);
@@ -167,9 +167,9 @@ void complex_inverse(int size, T* data, const transform_tables<T>& tables) noexc
 
 template transform_tables<float> complex_setup(int);
 template transform_tables<double> complex_setup(int);
-template void complex_forward(int, float*, const transform_tables<float>&) noexcept;
-template void complex_forward(int, double*, const transform_tables<double>&) noexcept;
-template void complex_inverse(int, float*, const transform_tables<float>&) noexcept;
-template void complex_inverse(int, double*, const transform_tables<double>&) noexcept;
+template void complex_forward(int, float*, transform_tables<float>&) noexcept;
+template void complex_forward(int, double*, transform_tables<double>&) noexcept;
+template void complex_inverse(int, float*, transform_tables<float>&) noexcept;
+template void complex_inverse(int, double*, transform_tables<double>&) noexcept;
 
 } // namespace libfft

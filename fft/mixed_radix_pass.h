@@ -37,7 +37,7 @@ void store_pair(const complex_value<T>& value, T* values)
 /// real transform, only those of 2 and 4 meet an even number of columns.
 pass_factors factorize(int size, const std::array<int, 4>& first_tries);
 
-/// The sums over a prime radix for all columns at once, given the sums (rows 1 .. radix/2) and differences (their
+/// The sums over any odd radix for all columns at once, given the sums (rows 1 .. radix/2) and differences (their
 /// mirror rows) of rows that belong together: row m becomes the sum with the cosines, its mirror row that with the
 /// sines of the angles 2 pi j m / radix.
 template <class T, class ROOT>

@@ -318,7 +318,7 @@ transform_tables<T> real_setup(int size)
 }
 
 template <class T>
-void real_forward(int size, T* data, const transform_tables<T>& tables) noexcept
+void real_forward(int size, T* data, transform_tables<T>& tables) noexcept
 {
     T *from = data, *to = tables.data.get();
     const T* twiddles = tables.data.get() + 2 * static_cast<ptrdiff_t>(size) - 1;
@@ -338,7 +338,7 @@ void real_forward(int size, T* data, const transform_tables<T>& tables) noexcept
 }
 
 template <class T>
-void real_inverse(int size, T* data, const transform_tables<T>& tables) noexcept
+void real_inverse(int size, T* data, transform_tables<T>& tables) noexcept
 {
     if (size > 1)
         std::rotate(data + 1, data + 2, data + size);
@@ -359,9 +359,9 @@ void real_inverse(int size, T* data, const transform_tables<T>& tables) noexcept
 
 template transform_tables<float> real_setup(int);
 template transform_tables<double> real_setup(int);
-template void real_forward(int, float*, const transform_tables<float>&) noexcept;
-template void real_forward(int, double*, const transform_tables<double>&) noexcept;
-template void real_inverse(int, float*, const transform_tables<float>&) noexcept;
-template void real_inverse(int, double*, const transform_tables<double>&) noexcept;
+template void real_forward(int, float*, transform_tables<float>&) noexcept;
+template void real_forward(int, double*, transform_tables<double>&) noexcept;
+template void real_inverse(int, float*, transform_tables<float>&) noexcept;
+template void real_inverse(int, double*, transform_tables<double>&) noexcept;
 
 } // namespace libfft

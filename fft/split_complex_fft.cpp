@@ -45,7 +45,7 @@ fft_setup<T>::fft_setup(int log2_length)
     for (std::ptrdiff_t length = first_length; length <= longest; length *= 2)
         for (std::ptrdiff_t j = 1; j < 4; ++j)
             for (std::ptrdiff_t p = 0; p < length / 4; ++p, ++place) {
-                // In long double: correctly rounded but for ties, and without a variant per processor.
+                // In long double, whose functions have no variant per processor.
                 const long double turns = static_cast<long double>(j * p) / static_cast<long double>(length);
                 const long double angle = -2.0L * std::numbers::pi_v<long double> * turns;
                 cosines[static_cast<std::size_t>(place)] = static_cast<T>(std::cos(angle));
