@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -17,7 +18,7 @@ class registry {
         explicit slot(const SETUP& setup) : workspace(setup) {}
 
         WORKSPACE workspace;
-        bool busy = true;
+        std::atomic<bool> busy = true;
     };
 
     struct size_entry {
@@ -37,11 +38,8 @@ public:
         lease(const lease&) = delete;
         lease& operator=(const lease&) = delete;
 
-        ~lease()
-        {
-            const std::lock_guard guard(entry_->lock);
-            slot_.busy = false;
-        }
+        /// Without a lock: one that failed here would end the process.
+        ~lease() { slot_.busy.store(false, std::memory_order_release); }
 
         WORKSPACE& operator*() const { return slot_.workspace; }
 
@@ -91,7 +89,7 @@ private:
     static slot& free_slot(size_entry& entry)
     {
         for (slot& candidate : entry.slots)
-            if (!std::exchange(candidate.busy, true))
+            if (!candidate.busy.exchange(true, std::memory_order_acquire))
                 return candidate;
         return entry.slots.emplace_back(entry.setup);
     }
