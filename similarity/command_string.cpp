@@ -2,8 +2,8 @@
 
 #include <array>
 #include <cstddef>
-#include <locale>
-#include <sstream>
+
+#include "similarity/plain_number.h"
 
 namespace veloria {
 
@@ -17,13 +17,10 @@ constexpr std::array<const char*, 4> modeling_names{"mean", "meanvar", "fft", "m
 std::string build_command_string(const std::string& input_path, const std::string& output_path, int features,
                                  int modeling, double modeling_window, double modeling_step)
 {
-    std::ostringstream command;
-    command.imbue(std::locale::classic());
-    command << "marquen --input " << input_path << " --similarity " << output_path << " --features_type "
-            << features_names.at(static_cast<std::size_t>(features)) << " --features_modeling "
-            << modeling_names.at(static_cast<std::size_t>(modeling)) << " --features_modeling_length "
-            << modeling_window << " --window_centering grid --window_grid_hop " << modeling_step;
-    return command.str();
+    return "marquen --input " + input_path + " --similarity " + output_path + " --features_type " +
+           features_names.at(static_cast<std::size_t>(features)) + " --features_modeling " +
+           modeling_names.at(static_cast<std::size_t>(modeling)) + " --features_modeling_length " +
+           plain_number(modeling_window) + " --window_centering grid --window_grid_hop " + plain_number(modeling_step);
 }
 
 } // namespace veloria

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <initializer_list>
-#include <locale>
-#include <sstream>
 #include <stdexcept>
 
 #include "quillon/name_value_table.h"
@@ -12,6 +10,7 @@
 #include "quillon/sdif_frame.h"
 #include "quillon/sdif_types.h"
 #include "quillon/type_declarations.h"
+#include "similarity/plain_number.h"
 
 namespace veloria {
 
@@ -32,24 +31,15 @@ struct gabarit_size {
     std::int64_t fft_size;
 };
 
-template <class NUMBER>
-std::string plain_text(NUMBER number)
-{
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << number;
-    return text.str();
-}
-
 Quillon::SDIFNameValueTable name_value_table(const std::string& input_path, const std::string& command,
                                              double sample_rate, int channels)
 {
     Quillon::SDIFNameValueTable table;
-    table.AddNameValue("SampleRate", plain_text(sample_rate));
-    table.AddNameValue("GabaritMode", plain_text(gabarit_mode));
+    table.AddNameValue("SampleRate", plain_number(sample_rate));
+    table.AddNameValue("GabaritMode", plain_number(gabarit_mode));
     table.AddNameValue("Command", command);
     table.AddNameValue("Soundfile", input_path);
-    table.AddNameValue("NumChannels", plain_text(channels));
+    table.AddNameValue("NumChannels", plain_number(channels));
     table.AddNameValue("Version", VELORIA_ENGINE_VERSION);
     table.AddNameValue("Creator", "marquen");
     return table;

@@ -11,6 +11,7 @@
 #include "similarity/command_string.h"
 #include "similarity/write_gabarit.h"
 #include "veloria/analysis_driver.h"
+#include "veloria/numeric_environment.h"
 #include "veloria/process_handle.h"
 
 namespace veloria {
@@ -21,6 +22,7 @@ void analyse_and_write(process_handle& job)
 {
     analysis_driver(*job.reader, job.features, job.modeling, job.modeling_window, job.modeling_step, job.similarity,
                     job.frame_times, job.sink);
+    const numeric_environment environment; // also for the numbers that go into the file
     const std::string command = build_command_string(job.input_path, job.output_path, job.features, job.modeling,
                                                      job.modeling_window, job.modeling_step);
     const int channels = job.reader->channels();
