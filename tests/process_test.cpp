@@ -7,16 +7,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <limits>
 #include <stdexcept>
 #include <string>
-#include <thread>
-#include <vector>
 
+#include "tests/test_job.h"
 #include "tests/test_sound.h"
 
 namespace {
@@ -24,29 +21,6 @@ namespace {
 using namespace veloria;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-
-process_handle* start(const std::string& input, const std::string& output, features_type features = mixed,
-                      modeling_type modeling = mean, double window = 1.0, double step = 0.5)
-{
-    const char* path = input.c_str();
-    return process(1, &path, output.c_str(), features, modeling, window, step);
-}
-
-process_state wait_for_end(process_handle* job)
-{
-    process_state state = getState(job);
-    while (state == process_running || state == process_canceling) {
-        usleep(500);
-        state = getState(job);
-    }
-    return state;
-}
-
-std::string contents(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class Process : public testing::Test {
 protected:
@@ -153,7 +127,7 @@ TEST_F(Process, RunsToAWholeFile)
     modeling_type modeling;
     double window, step;
     getDefaultSettings(features, modeling, window, step);
-    process_handle* job = start(sound, output, features, modeling, window, step);
+    process_handle* job = start_job(sound, output, features, modeling, window, step);
     EXPECT_EQ(getMaxPosition(job), 1.0);
     EXPECT_EQ(wait_for_end(job), process_finished);
     EXPECT_EQ(getPosition(job), 1.0);
@@ -168,7 +142,7 @@ TEST_F(Process, RunsToAWholeFile)
 TEST_F(Process, CallsACompleteJobFailedIfItIsCanceledAfterTheJoin)
 {
     for (const bool join_by_wait : {false, true}) {
-        process_handle* job = start(sound, output);
+        process_handle* job = start_job(sound, output);
         wait_for_end(job);
         if (join_by_wait)
             cancel(job, true);
@@ -186,7 +160,7 @@ TEST_F(Process, CallsACompleteJobFailedIfItIsCanceledAfterTheJoin)
 TEST_F(Process, RefusesTheEndOfARunningJob)
 {
     PipedSound piped;
-    process_handle* job = start(piped.path(), output);
+    process_handle* job = start_job(piped.path(), output);
     EXPECT_EQ(getState(job), process_running);
     EXPECT_EQ(getPosition(job), 0.0);
     expect_throw<std::logic_error>([&] { getErrorMessage(job); },
@@ -201,7 +175,7 @@ TEST_F(Process, RefusesTheEndOfARunningJob)
 TEST_F(Process, StopsAtTheNextReportAfterACancel)
 {
     PipedSound piped;
-    process_handle* job = start(piped.path(), output);
+    process_handle* job = start_job(piped.path(), output);
     cancel(job, false);
     cancel(job, false);
     EXPECT_EQ(getState(job), process_canceling);
@@ -235,7 +209,7 @@ TEST_F(Process, TellsACancelFromAnErrorAtTheLastMoment)
         SCOPED_TRACE(c.what);
         const std::string fifo = folder.path(std::string("fifo ") + c.what);
         ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-        process_handle* job = start(long_sound, fifo, mixed, mean, 1.0, 0.1);
+        process_handle* job = start_job(long_sound, fifo, mixed, mean, 1.0, 0.1);
         const int reading = open(fifo.c_str(), O_RDONLY); // waits for the worker to open its side
         if (c.cancel) {
             cancel(job, false);
@@ -261,73 +235,12 @@ TEST_F(Process, TellsACancelFromAnErrorAtTheLastMoment)
 TEST_F(Process, StoresWhatGoesWrongInTheAnalysis)
 {
     const std::string nowhere = folder.path("missing/out.sdif");
-    process_handle* job = start(sound, nowhere);
+    process_handle* job = start_job(sound, nowhere);
     EXPECT_EQ(wait_for_end(job), process_failed);
     EXPECT_EQ(getPosition(job), -1.0);
     EXPECT_EQ(getErrorMessage(job), "Error opening file '" + nowhere + "' for writing");
     EXPECT_EQ(getState(job), process_failed);
     shutdown(job);
-}
-
-TEST_F(Process, EndsInAStatedWayForSettingsWithoutSense)
-{
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    constexpr double values[] = {nan, infinity, 1e300, 1e10, 1e-300, std::numeric_limits<double>::denorm_min()};
-    for (const double value : values)
-        for (const features_type features : {timbre, harmo, mixed})
-            for (const modeling_type modeling : {mean, meanvar, fft, mph}) {
-                SCOPED_TRACE(testing::Message() << value << ' ' << features << ' ' << modeling);
-                process_handle* window_job = start(sound, output, features, modeling, value, 0.5);
-                process_state state = wait_for_end(window_job);
-                // The buffer of a spectrum longer than any memory is refused, all else gives a picture.
-                EXPECT_TRUE(state == process_finished || (modeling == fft && value > 1e9))
-                    << getErrorMessage(window_job);
-                shutdown(window_job);
-                process_handle* step_job = start(sound, output, features, modeling, 1.0, value);
-                state = wait_for_end(step_job);
-                EXPECT_TRUE(state == process_finished || value < 1.0) << getErrorMessage(step_job);
-                shutdown(step_job);
-            }
-}
-
-TEST_F(Process, RunsManyJobsAtOnceWithTheSameResult)
-{
-    constexpr int count = 64;
-    const auto make = [&](const std::string& name) { return start(sound, folder.path(name), mixed, mean, 0.5, 0.1); };
-    process_handle* alone = make("alone.out"); // names of one length: the file holds its own name
-    wait_for_end(alone);
-    shutdown(alone);
-    std::vector<process_handle*> jobs;
-    for (int i = 0; i < count; ++i)
-        jobs.push_back(make("job" + std::to_string(10 + i) + ".out"));
-    for (process_handle* job : jobs) {
-        EXPECT_EQ(wait_for_end(job), process_finished);
-        shutdown(job);
-    }
-    const std::string expected = contents(folder.path("alone.out"));
-    ASSERT_GT(expected.size(), 1000U);
-    for (int i = 0; i < count; ++i) {
-        const std::string name = "job" + std::to_string(10 + i) + ".out";
-        std::string file = contents(folder.path(name));
-        file.replace(file.find(name), name.size(), "alone.out");
-        EXPECT_TRUE(file == expected) << name;
-    }
-}
-
-TEST_F(Process, LetsEachOfManyJobsBeCanceledAtAnyTime)
-{
-    std::vector<std::thread> hosts;
-    for (int i = 0; i < 16; ++i)
-        hosts.emplace_back([this, i] {
-            process_handle* job = start(sound, folder.path(std::to_string(i)), mixed, meanvar, 0.5, 0.05);
-            usleep(static_cast<useconds_t>(i * 700));
-            cancel(job, false);
-            const process_state state = wait_for_end(job);
-            EXPECT_TRUE(state == process_canceled || state == process_finished) << state;
-            shutdown(job);
-        });
-    for (std::thread& host : hosts)
-        host.join();
 }
 
 } // namespace

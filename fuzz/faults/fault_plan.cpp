@@ -1,0 +1,215 @@
+// Stands between the library and what it calls. The allocator takes the place of the C library's for the whole
+// process; the other calls are caught where the library's own objects make them (--wrap of the linker).
+#include "fuzz/faults/fault_plan.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sndfile.h>
+#include <sys/types.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+
+#include "audio/load_sound.h"
+
+namespace {
+
+std::atomic<const fault_plan*> plan{nullptr};
+fault_record* record = nullptr;
+std::atomic<std::int64_t> calls, blocks;
+std::atomic<bool> loading, sound_is_bad;
+pthread_t host;
+
+bool fails(fault what)
+{
+    const fault_plan* const current = plan;
+    if (current == nullptr || current->what != what)
+        return false;
+    const std::int64_t call = calls++;
+    if (call != current->index && !(current->lasting && call > current->index))
+        return false;
+    ++record->hits;
+    if (loading)
+        record->while_loading = true;
+    errno = what == fault::allocation ? ENOMEM : current->error;
+    return true;
+}
+
+void* counted(void* block)
+{
+    if (block != nullptr)
+        ++blocks;
+    return block;
+}
+
+} // namespace
+
+void arm(const fault_plan& new_plan, fault_record& new_record)
+{
+    host = pthread_self();
+    calls = 0;
+    record = &new_record;
+    plan = &new_plan;
+}
+
+void disarm()
+{
+    plan = nullptr;
+    sound_is_bad = false;
+}
+
+std::int64_t living_blocks()
+{
+    return blocks;
+}
+
+extern "C" {
+
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* block);
+
+void* malloc(std::size_t size)
+{
+    return fails(fault::allocation) ? nullptr : counted(__libc_malloc(size));
+}
+
+void* calloc(std::size_t count, std::size_t size)
+{
+    return fails(fault::allocation) ? nullptr : counted(__libc_calloc(count, size));
+}
+
+void* realloc(void* block, std::size_t size)
+{
+    if (fails(fault::allocation))
+        return nullptr;
+    void* const moved = __libc_realloc(block, size);
+    return block == nullptr ? counted(moved) : moved;
+}
+
+void* aligned_alloc(std::size_t alignment, std::size_t size)
+{
+    return fails(fault::allocation) ? nullptr : counted(__libc_memalign(alignment, size));
+}
+
+void* memalign(std::size_t alignment, std::size_t size)
+{
+    return aligned_alloc(alignment, size);
+}
+
+int posix_memalign(void** block, std::size_t alignment, std::size_t size)
+{
+    void* const made = aligned_alloc(alignment, size);
+    if (made == nullptr)
+        return ENOMEM;
+    *block = made;
+    return 0;
+}
+
+void free(void* block)
+{
+    if (block != nullptr)
+        --blocks;
+    __libc_free(block);
+}
+
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument)
+{
+    return fails(fault::thread_create) ? EAGAIN : __real_pthread_create(thread, attributes, entry, argument);
+}
+
+int __real_pthread_mutex_init(pthread_mutex_t*, const pthread_mutexattr_t*);
+int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes)
+{
+    return fails(fault::mutex_init) ? ENOMEM : __real_pthread_mutex_init(mutex, attributes);
+}
+
+int __real_pthread_mutex_lock(pthread_mutex_t*);
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
+{
+    const bool on_host = pthread_equal(host, pthread_self()) != 0;
+    return fails(on_host ? fault::host_lock : fault::worker_lock) ? EAGAIN : __real_pthread_mutex_lock(mutex);
+}
+
+SNDFILE* __real_sf_open(const char*, int, SF_INFO*);
+SNDFILE* __wrap_sf_open(const char* path, int mode, SF_INFO* info)
+{
+    return fails(fault::sound_open) ? nullptr : __real_sf_open(path, mode, info);
+}
+
+sf_count_t __real_sf_readf_double(SNDFILE*, double*, sf_count_t);
+sf_count_t __wrap_sf_readf_double(SNDFILE* file, double* samples, sf_count_t frames)
+{
+    const bool bad = fails(fault::bad_read);
+    if (bad)
+        sound_is_bad = true;
+    return __real_sf_readf_double(file, samples, bad || fails(fault::short_read) ? frames / 2 : frames);
+}
+
+int __real_sf_error(SNDFILE*);
+int __wrap_sf_error(SNDFILE* file)
+{
+    return sound_is_bad ? static_cast<int>(SF_ERR_SYSTEM) : __real_sf_error(file);
+}
+
+sf_count_t __real_sf_seek(SNDFILE*, sf_count_t, int);
+sf_count_t __wrap_sf_seek(SNDFILE* file, sf_count_t frames, int whence)
+{
+    return fails(fault::sound_seek) ? -1 : __real_sf_seek(file, frames, whence);
+}
+
+using size = std::size_t;
+void __real_dgesvd_(const char*, const char*, const int*, const int*, double*, const int*, double*, double*, const int*,
+                    double*, const int*, double*, const int*, int*, size, size);
+void __wrap_dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, double* a, const int* lda,
+                    double* s, double* u, const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork,
+                    int* info, size jobu_length, size jobvt_length)
+{
+    __real_dgesvd_(jobu, jobvt, m, n, a, lda, s, u, ldu, vt, ldvt, work, lwork, info, jobu_length, jobvt_length);
+    if (fails(fault::decomposition))
+        *info = 1;
+}
+
+int __real_open(const char*, int, ...);
+int __wrap_open(const char* path, int flags, mode_t mode)
+{
+    return fails(fault::file_open) ? -1 : __real_open(path, flags, mode);
+}
+
+ssize_t __real_write(int, const void*, size);
+ssize_t __wrap_write(int file, const void* bytes, size count)
+{
+    if (fails(fault::file_write))
+        return -1;
+    return __real_write(file, bytes, fails(fault::short_write) ? count / 2 : count);
+}
+
+int __real_close(int);
+int __wrap_close(int file)
+{
+    const int answer = __real_close(file);
+    return fails(fault::file_close) ? -1 : answer;
+}
+
+// corvane::load_sound: running out of memory inside it has an end of its own.
+using corvane::AbstractReader;
+using tavel::Vector;
+using veloria::progress_record;
+void __real__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERN7veloria15progress_recordE(
+    AbstractReader&, double, bool, bool, Vector<double>&, progress_record&);
+void __wrap__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERN7veloria15progress_recordE(
+    AbstractReader& reader, double rate, bool clip, bool normalize, Vector<double>& output, progress_record& progress)
+{
+    struct loading_scope {
+        loading_scope() { loading = true; }
+        ~loading_scope() { loading = false; }
+    } const scope;
+    __real__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERN7veloria15progress_recordE(
+        reader, rate, clip, normalize, output, progress);
+}
+
+} // extern "C"
