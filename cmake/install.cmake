@@ -1,15 +1,22 @@
-# Library, header, programs, and what CMake and pkg-config need to find them.
+# Library, header, programs, and what CMake and pkg-config need to find them. The components are those of
+# packages.cmake: runtime, development, tools.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS veloria EXPORT veloria-targets)
-install(FILES ${PROJECT_SOURCE_DIR}/veloria/veloria.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/veloria)
+install(TARGETS veloria EXPORT veloria-targets
+    LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/veloria/veloria.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/veloria COMPONENT development)
 
-# An installed program finds the library beside it, wherever the prefix is moved to.
+# An installed program finds the library beside it, wherever the prefix is moved to. The system's own folders are
+# searched anyway.
 file(RELATIVE_PATH library_from_programs /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 foreach(program marquen gabarit)
     if(TARGET ${program})
-        set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${library_from_programs}")
-        install(TARGETS ${program})
+        if(NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
+            set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${library_from_programs}")
+        endif()
+        install(TARGETS ${program} RUNTIME COMPONENT tools)
     endif()
 endforeach()
 
@@ -17,11 +24,11 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/veloria)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/veloria-config.cmake.in veloria-config.cmake
     INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(veloria-config-version.cmake COMPATIBILITY SameMajorVersion)
-install(EXPORT veloria-targets NAMESPACE veloria:: DESTINATION ${package_dir})
+install(EXPORT veloria-targets NAMESPACE veloria:: DESTINATION ${package_dir} COMPONENT development)
 install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/veloria-config.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/veloria-config-version.cmake
-    DESTINATION ${package_dir})
+    DESTINATION ${package_dir} COMPONENT development)
 
 # Told from where the file itself lies, so that the prefix can be chosen at installation and moved afterwards.
 file(RELATIVE_PATH VELORIA_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
@@ -33,4 +40,5 @@ if(NOT BUILD_SHARED_LIBS)
     set(VELORIA_PC_LIBS "-llapack -lblas -lpthread")
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/veloria.pc.in veloria.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/veloria.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/veloria.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -1,0 +1,91 @@
+# Debian packages, made by `cpack` in a release build whose prefix is /usr: libveloria1, libveloria-dev, veloria-tools.
+if(NOT PROJECT_IS_TOP_LEVEL OR NOT BUILD_SHARED_LIBS OR NOT TARGET veloria_manual OR NOT SCDOC OR NOT GZIP
+        OR NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
+    return()
+endif()
+get_target_property(soversion veloria SOVERSION)
+set(package_runtime libveloria${soversion})
+set(package_development libveloria-dev)
+set(package_tools veloria-tools)
+set(package_maintainer "veloria developers <developers@veloria.example>")
+set(package_version ${PROJECT_VERSION}-1)
+
+# Each package has its own copyright and changelogs. No other installation wants them.
+string(TIMESTAMP package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/changelog.in debian/changelog.Debian @ONLY)
+configure_file(${PROJECT_SOURCE_DIR}/CHANGELOG.md debian/changelog COPYONLY)
+foreach(log changelog changelog.Debian)
+    add_custom_command(OUTPUT debian/${log}.gz
+        COMMAND ${GZIP} -9nc debian/${log} > debian/${log}.gz
+        DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/debian/${log}
+        VERBATIM)
+endforeach()
+add_custom_target(package_documents ALL DEPENDS debian/changelog.gz debian/changelog.Debian.gz)
+foreach(part runtime development tools)
+    set(package ${package_${part}})
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/lintian-overrides.in debian/${package} @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/debian/${package}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${part} EXCLUDE_FROM_ALL)
+    install(FILES
+        ${PROJECT_SOURCE_DIR}/cmake/debian/copyright
+        ${CMAKE_CURRENT_BINARY_DIR}/debian/changelog.gz
+        ${CMAKE_CURRENT_BINARY_DIR}/debian/changelog.Debian.gz
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${part} EXCLUDE_FROM_ALL)
+endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/examples/analyse.cpp
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_development}/examples COMPONENT development EXCLUDE_FROM_ALL)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package tells its own in its first line
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_DEBIAN_PACKAGE_SOURCE veloria)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${package_maintainer}")
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The programs' library is in a package made at the same time, which dpkg-shlibdeps doesn't know.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${package_runtime})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "shows the musical structure of a sound - library
+It measures how alike every moment of a sound is to every other moment, by
+sound colour, harmony or both, and writes the result as a gabarit: an SDIF
+file that shows as a square picture in which repeats are stripes and sections
+are blocks.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${package_development})
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${package_runtime} (= ${package_version})")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "shows the musical structure of a sound - development files
+The library measures how alike every moment of a sound is to every other
+moment and writes the result as a gabarit, an SDIF file.
+
+This package holds the header, the files by which CMake and pkg-config find
+the library, the manual page and an example host.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${package_tools})
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${package_runtime} (>= ${package_version})")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "shows the musical structure of a sound - programs
+marquen measures how alike every moment of a sound is to every other moment,
+by sound colour, harmony or both, and writes the result as a gabarit: an SDIF
+file that shows as a square picture in which repeats are stripes and sections
+are blocks.
+
+gabarit tells what such files hold, verifies and draws them, and exports their
+numbers for NumPy and for annotation programs.")
+
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/finish.cmake)
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)
