@@ -1,0 +1,65 @@
+#pragma once
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+#include <string>
+
+/// Ends the process, for the fuzzer to see, where a law doesn't hold.
+#define EXPECT_LAW(condition)           \
+    ((condition) ? static_cast<void>(0) \
+                 : (std::fprintf(stderr, "%s:%d: broken: %s\n", __FILE__, __LINE__, #condition), std::abort()))
+
+/// The bytes of one run, taken from the front.
+class fuzz_input {
+public:
+    fuzz_input(const std::uint8_t* data, std::size_t size) : bytes(data, size) {}
+
+    /// The next value, zeros where the bytes end.
+    template <class T>
+    T take()
+    {
+        T value{};
+        const std::size_t count = bytes.size() < sizeof value ? bytes.size() : sizeof value;
+        if (count > 0)
+            std::memcpy(&value, bytes.data(), count);
+        bytes = bytes.subspan(count);
+        return value;
+    }
+
+    std::span<const std::uint8_t> rest() const { return bytes; }
+
+private:
+    std::span<const std::uint8_t> bytes;
+};
+
+/// A file in memory with a path, the same one for all runs.
+class memory_file {
+public:
+    memory_file() : descriptor(memfd_create("fuzz", MFD_CLOEXEC)), name("/proc/self/fd/" + std::to_string(descriptor))
+    {}
+    memory_file(const memory_file&) = delete;
+    memory_file& operator=(const memory_file&) = delete;
+    ~memory_file() { close(descriptor); }
+
+    const std::string& path() const { return name; }
+
+    void fill(std::span<const std::uint8_t> bytes) const
+    {
+        EXPECT_LAW(ftruncate(descriptor, 0) == 0);
+        EXPECT_LAW(pwrite(descriptor, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
+    }
+
+private:
+    int descriptor;
+    std::string name;
+};
+
+/// What libFuzzer calls, or the replay of kept inputs.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -1,0 +1,67 @@
+// Whole jobs on small hostile sounds with any settings.
+#include <algorithm>
+#include <cmath>
+#include <exception>
+#include <vector>
+
+#include "fuzz/input.h"
+#include "gabarit/commands.h"
+#include "tests/test_job.h"
+
+namespace {
+
+constexpr std::size_t most_bytes = 40000;
+constexpr double most_moments = 200.0;
+
+// An AU file of 32-bit floats, or of whatever the encoding says.
+std::vector<std::uint8_t> sound_of(std::uint32_t encoding, std::uint32_t rate_hz, std::uint32_t channels,
+                                   std::span<const std::uint8_t> samples)
+{
+    std::vector<std::uint8_t> bytes{'.', 's', 'n', 'd'};
+    const auto data_bytes = static_cast<std::uint32_t>(samples.size());
+    for (const std::uint32_t word : {24U, data_bytes, encoding, rate_hz, channels})
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes.push_back(static_cast<std::uint8_t>(word >> shift));
+    bytes.insert(bytes.end(), samples.begin(), samples.end());
+    return bytes;
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    using namespace veloria;
+    static const memory_file sound, gabarit;
+    fuzz_input input(data, size);
+    const auto features = static_cast<features_type>(input.take<std::uint8_t>() % 3);
+    const auto modeling = static_cast<modeling_type>(input.take<std::uint8_t>() % 4);
+    const auto window = input.take<double>();
+    auto step = input.take<double>();
+    const std::uint32_t encoding = 1 + input.take<std::uint8_t>() % 7;
+    const std::uint32_t rate_hz = 1000 + input.take<std::uint16_t>();
+    const std::uint32_t channels = 1 + input.take<std::uint8_t>() % 4;
+    const auto samples = input.rest().first(std::min(input.rest().size(), most_bytes));
+    // A picture of a million moments is honest work, but not for a fuzzer; a step beyond all memory may stay.
+    const double longest = static_cast<double>(samples.size()) / (channels * rate_hz);
+    if (step > 1e-12 && step < longest / most_moments)
+        step = longest / most_moments;
+    // So is a modulation spectrum over hours.
+    if (modeling == fft && window > 100.0 && window < 1e12)
+        return 0;
+    sound.fill(sound_of(encoding, rate_hz, channels, samples));
+    try {
+        process_handle* const job = start_job(sound.path(), gabarit.path(), features, modeling, window, step);
+        const process_state state = wait_for_end(job);
+        EXPECT_LAW(state == process_finished || state == process_failed);
+        EXPECT_LAW(getErrorMessage(job).empty() == (state == process_finished));
+        EXPECT_LAW(getPosition(job) == (state == process_finished ? 1.0 : -1.0));
+        shutdown(job);
+        if (state == process_finished)
+            verify_gabarit(gabarit.path()); // what it throws is a finding
+    } catch (const std::out_of_range&) {
+        EXPECT_LAW(window <= 0.0 || step <= 0.0);
+    } catch (const std::runtime_error& error) {
+        EXPECT_LAW(std::string(error.what()) == "error opening file '" + sound.path() + "'");
+    }
+    return 0;
+}
