@@ -36,10 +36,10 @@ Quillon::SDIFNameValueTable name_value_table(const std::string& input_path, cons
 {
     Quillon::SDIFNameValueTable table;
     table.AddNameValue("SampleRate", plain_number(sample_rate));
-    table.AddNameValue("GabaritMode", plain_number(gabarit_mode));
+    table.AddNameValue("GabaritMode", std::to_string(gabarit_mode));
     table.AddNameValue("Command", command);
     table.AddNameValue("Soundfile", input_path);
-    table.AddNameValue("NumChannels", plain_number(channels));
+    table.AddNameValue("NumChannels", std::to_string(channels));
     table.AddNameValue("Version", VELORIA_ENGINE_VERSION);
     table.AddNameValue("Creator", "marquen");
     return table;
