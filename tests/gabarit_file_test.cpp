@@ -86,6 +86,38 @@ TEST(SdifMatrix, RefusesWhatIsNotThereAndHoldsCellsToTheirType)
     EXPECT_EQ(encoded, matrix("\0\0\0\1"s, 0x102, 2, 3, "\x7f\xff\xff\xfe\0\0\x80\0\x12\x34\0\0"s));
 }
 
+struct cell_case {
+    int type;
+    double value;
+    std::string bytes;
+};
+
+TEST(SdifMatrix, StoresEachTypeInItsOwnRange)
+{
+    const cell_case cases[] = {
+        {0x004, -0.5, "\xbf\0\0\0"s},
+        {0x008, -0.5, "\xbf\xe0\0\0\0\0\0\0"s},
+        {0x101, -1e9, "\x80"s},
+        {0x104, 3e9, "\x7f\xff\xff\xff"s},
+        {0x108, -2.0, "\xff\xff\xff\xff\xff\xff\xff\xfe"s},
+        {0x201, 256.0, "\xff"s},
+        {0x202, 258.0, "\1\2"s},
+        {0x204, 1e300, "\xff\xff\xff\xff"s},
+        {0x208, 1e300, "\xff\xff\xff\xff\xff\xff\xff\xff"s},
+        {0x301, 65.0, "A"s},
+        {0x401, -1.0, "\0"s},
+    };
+    for (const cell_case& c : cases) {
+        SCOPED_TRACE(c.type);
+        Quillon::SDIFMatrix cells;
+        cells.Init(1, 1, 1, static_cast<Quillon::DataType>(c.type));
+        cells.Set(0, 0, c.value);
+        std::string encoded(cells.encoded_bytes(), '?');
+        cells.encode(reinterpret_cast<unsigned char*>(encoded.data()));
+        EXPECT_EQ(encoded, matrix("\0\0\0\1"s, c.type, 1, 1, c.bytes));
+    }
+}
+
 TEST(TypeDeclarations, RefuseNamesInTheOrderOfTheTests)
 {
     const auto expect_refused = [](std::uint32_t signature, const char* name, const std::string& text) {
