@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "tests/piped_sound.h"
 #include "tests/test_job.h"
 #include "tests/test_sound.h"
 
@@ -29,38 +30,6 @@ protected:
     const std::string output = folder.path("out.sdif");
 
     void SetUp() override { write_sound(sound, 11025, 1, 33075); }
-};
-
-// A sound that comes through a pipe: the worker of its job stands still in its first read until the rest is fed.
-class PipedSound {
-public:
-    PipedSound()
-    {
-        EXPECT_EQ(pipe(ends), 0);
-        // AU: magic, header size, data size, 16-bit linear, rate, channels, annotation
-        const unsigned header[] = {0x2e736e64, 28, 2 * frames, 3, 11025, 1, 0};
-        for (const unsigned word : header)
-            for (int shift = 24; shift >= 0; shift -= 8)
-                bytes.push_back(static_cast<char>(word >> shift));
-        EXPECT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    }
-    ~PipedSound() { close(ends[0]); }
-
-    std::string path() const { return "/dev/fd/" + std::to_string(ends[0]); }
-
-    void feed()
-    {
-        std::string data;
-        for (int i = 0; i < 2 * frames; ++i)
-            data.push_back(static_cast<char>(i % 251));
-        EXPECT_EQ(write(ends[1], data.data(), data.size()), static_cast<ssize_t>(data.size()));
-        close(ends[1]);
-    }
-
-private:
-    static constexpr int frames = 30000; // less than a pipe holds
-    int ends[2] = {-1, -1};
-    std::string bytes;
 };
 
 template <class ERROR>
