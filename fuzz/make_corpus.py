@@ -34,7 +34,8 @@ def sounds():
             b"data", little
         )
         ds64 = chunk(b"ds64", struct.pack("<QQQI", 72 + len(little), len(little), frames, 0))
-        yield f"rf64{channels}", b"RF64" + b"\xff" * 4 + b"WAVE" + ds64 + chunk(b"fmt ", form) + b"data" + b"\xff" * 4 + little
+        rf64 = b"RF64" + b"\xff" * 4 + b"WAVE" + ds64 + chunk(b"fmt ", form)
+        yield f"rf64{channels}", rf64 + b"data" + b"\xff" * 4 + little
         rate = struct.pack(">HQ", 16383 + 13, 11025 << 50)  # an 80-bit float
         common = struct.pack(">HIH", channels, frames, 16) + rate
         body = chunk(b"COMM", common, ">") + chunk(b"SSND", bytes(8) + big, ">")
@@ -105,7 +106,8 @@ def make():
         settings = struct.pack("<BBdd", i % 3, i % 4, values[i % 10], values[i * 7 % 10])
         odd = struct.pack(">3f", float("nan"), float("inf"), 1e-40) if i % 2 else b""
         data = RANDOM.randbytes(RANDOM.choice([0, 3, 400, 9000, 30000]))
-        keep("job", str(i), settings + struct.pack("<BHB", RANDOM.randrange(7), RANDOM.randrange(60000), i % 4) + odd + data)
+        shape = struct.pack("<BHB", RANDOM.randrange(7), RANDOM.randrange(60000), i % 4)
+        keep("job", str(i), settings + shape + odd + data)
     for size in (1, 2, 3, 4, 6, 8, 30, 512, 1000, 1024, 2018, 2048, 2310, 4096):
         keep("realfft", str(size), struct.pack("<H", size - 1) + RANDOM.randbytes(2 * size))
     for i in range(40):

@@ -93,7 +93,8 @@ VELORIA_EXPORT double getMaxPosition(process_handle* handle);
 
 /// How far the job is. May stand still or step back by a little where one stage follows another.
 /// @param handle the job
-/// @return from 0.0 to 1.0 while the worker runs, 1.0 once it finished, -1.0 once it failed or was canceled
+/// @return from 0.0 to 1.0 while the worker runs, NaN instead if the job's window or step is NaN or infinite; 1.0 once
+///         it finished, -1.0 once it failed or was canceled
 VELORIA_EXPORT double getPosition(process_handle* handle);
 
 /// What has become of the job.

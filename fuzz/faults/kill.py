@@ -3,8 +3,8 @@
 
 usage: kill.py BUILD_DIR RUNS [SEED]
 
-Whatever moment a kill strikes at, `gabarit verify` must call the file whole only if it holds every byte of an undisturbed
-run, the picture must be whole or not there, and the next run must work as if nothing had been."""
+Whatever moment a kill strikes at, `gabarit verify` must call the file whole only if it holds every byte of an
+undisturbed run, the picture must be whole or not there, and the next run must work as if nothing had been."""
 import pathlib
 import random
 import subprocess
@@ -20,8 +20,8 @@ def main():
         folder = pathlib.Path(folder)
         sound, gabarit, picture = folder / "sound.wav", folder / "out.sdif", folder / "out.png"
         subprocess.run([build / "examples/compose", sound], check=True)
-        command = [build / "marquen/marquen", "--quiet", "--input", sound, "--similarity", gabarit, "--picture", picture,
-                   "--window_grid_hop", "0.025"]
+        command = [build / "marquen/marquen", "--quiet", "--input", sound, "--similarity", gabarit, "--picture",
+                   picture, "--window_grid_hop", "0.025"]
 
         def run_undisturbed():
             begin = time.monotonic()
