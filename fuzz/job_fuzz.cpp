@@ -51,6 +51,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     sound.fill(sound_of(encoding, rate_hz, channels, samples));
     try {
         process_handle* const job = start_job(sound.path(), gabarit.path(), features, modeling, window, step);
+        EXPECT_LAW(!(window <= 0.0) && !(step <= 0.0));
         const process_state state = wait_for_end(job);
         EXPECT_LAW(state == process_finished || state == process_failed);
         EXPECT_LAW(getErrorMessage(job).empty() == (state == process_finished));

@@ -37,8 +37,9 @@ std::complex<double> direct_bin(const std::vector<T>& signal, int bin)
     const auto size = static_cast<std::int64_t>(signal.size());
     std::complex<double> sum;
     for (std::int64_t i = 0; i < size; ++i)
-        sum += std::polar(static_cast<double>(signal[static_cast<std::size_t>(i)]),
-                          -2.0 * std::numbers::pi * static_cast<double>(i * bin % size) / static_cast<double>(size));
+        sum +=
+            static_cast<double>(signal[static_cast<std::size_t>(i)]) *
+            std::polar(1.0, -2.0 * std::numbers::pi * static_cast<double>(i * bin % size) / static_cast<double>(size));
     return sum;
 }
 

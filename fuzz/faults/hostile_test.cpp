@@ -40,6 +40,20 @@ protected:
         shutdown(job);
     }
 
+    void expect_end_or_refusal(features_type features, modeling_type modeling, double window, double step, bool refused)
+    {
+        process_handle* const job = start_job(sound, output, features, modeling, window, step);
+        EXPECT_EQ(wait_for_end(job), refused ? process_failed : process_finished);
+        const std::string message = getErrorMessage(job);
+        if (refused)
+            EXPECT_TRUE(message == "std::bad_alloc" || message == "vector::reserve" ||
+                        message == "tavel error: realfft_vec:: Error in realfft")
+                << message;
+        else
+            EXPECT_EQ(message, "");
+        shutdown(job);
+    }
+
     void expect_picture_of_each_kind(int n)
     {
         for (const features_type features : {timbre, harmo, mixed})
@@ -49,7 +63,12 @@ protected:
 
     void expect_thrown(const std::string& path)
     {
-        EXPECT_THROW(start_job(path, output), std::runtime_error) << path.size();
+        try {
+            start_job(path, output);
+            ADD_FAILURE() << "opened " << path;
+        } catch (const std::runtime_error& error) {
+            EXPECT_EQ(error.what(), "error opening file '" + path + "'");
+        }
         EXPECT_FALSE(std::filesystem::exists(output));
     }
 
@@ -156,14 +175,9 @@ TEST_F(Hostile, SettingsWithoutSenseEndInAStatedWay)
         for (const features_type features : {timbre, harmo, mixed})
             for (const modeling_type modeling : {mean, meanvar, fft, mph}) {
                 SCOPED_TRACE(testing::Message() << value << ' ' << features << ' ' << modeling);
-                process_handle* const window_job = start_job(sound, output, features, modeling, value, 0.5);
-                // The buffer of a spectrum longer than any memory is refused, all else gives a picture.
-                EXPECT_TRUE(wait_for_end(window_job) == process_finished || (modeling == fft && value > 1e9))
-                    << getErrorMessage(window_job);
-                shutdown(window_job);
-                process_handle* const step_job = start_job(sound, output, features, modeling, 1.0, value);
-                EXPECT_TRUE(wait_for_end(step_job) == process_finished || value < 1.0) << getErrorMessage(step_job);
-                shutdown(step_job);
+                // The buffer of a spectrum or a time grid longer than any memory is refused, all else gives a picture.
+                expect_end_or_refusal(features, modeling, value, 0.5, modeling == fft && value > 1e9);
+                expect_end_or_refusal(features, modeling, 1.0, value, value < 1.0);
             }
 }
 

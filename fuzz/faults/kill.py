@@ -50,6 +50,7 @@ def main():
                 assert run_undisturbed()[1:] == (whole, whole_picture), f"run {run}: the next run differs"
                 left = {path.name for path in folder.iterdir()} - {"sound.wav", "out.sdif", "out.png"}
                 assert all(name.startswith("out.png") for name in left), left
+    assert runs < 100 or counts["partial, refused"] > 0, "the writing was never met"
     print(f"{runs} kills: " + ", ".join(f"{kind} {count}" for kind, count in counts.items()))
 
 
