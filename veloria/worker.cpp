@@ -11,7 +11,6 @@
 #include "similarity/command_string.h"
 #include "similarity/write_gabarit.h"
 #include "veloria/analysis_driver.h"
-#include "veloria/numeric_environment.h"
 #include "veloria/process_handle.h"
 
 namespace veloria {
@@ -22,7 +21,6 @@ void analyse_and_write(process_handle& job)
 {
     analysis_driver(*job.reader, job.features, job.modeling, job.modeling_window, job.modeling_step, job.similarity,
                     job.frame_times, job.sink);
-    const numeric_environment environment; // also for the numbers that go into the file
     const std::string command = build_command_string(job.input_path, job.output_path, job.features, job.modeling,
                                                      job.modeling_window, job.modeling_step);
     const int channels = job.reader->channels();
