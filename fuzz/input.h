@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <vector>
 
 /// Ends the process, for the fuzzer to see, where a law doesn't hold.
 #define EXPECT_LAW(condition)           \
@@ -26,9 +28,8 @@ public:
     T take()
     {
         T value{};
-        const std::size_t count = bytes.size() < sizeof value ? bytes.size() : sizeof value;
-        if (count > 0)
-            std::memcpy(&value, bytes.data(), count);
+        const std::size_t count = std::min(bytes.size(), sizeof value);
+        std::copy_n(bytes.begin(), count, reinterpret_cast<std::uint8_t*>(&value));
         bytes = bytes.subspan(count);
         return value;
     }
@@ -39,14 +40,11 @@ private:
     std::span<const std::uint8_t> bytes;
 };
 
-/// A file in memory with a path, the same one for all runs.
+/// A file in memory with a path, the same one for all runs: it stays open to the end of the process.
 class memory_file {
 public:
     memory_file() : descriptor(memfd_create("fuzz", MFD_CLOEXEC)), name("/proc/self/fd/" + std::to_string(descriptor))
     {}
-    memory_file(const memory_file&) = delete;
-    memory_file& operator=(const memory_file&) = delete;
-    ~memory_file() { close(descriptor); }
 
     const std::string& path() const { return name; }
 
@@ -60,6 +58,18 @@ private:
     int descriptor;
     std::string name;
 };
+
+/// An AU file.
+inline std::vector<std::uint8_t> au_file(std::uint32_t encoding, std::uint32_t rate_hz, std::uint32_t channels,
+                                         std::span<const std::uint8_t> samples)
+{
+    std::vector<std::uint8_t> bytes{'.', 's', 'n', 'd'};
+    for (const std::uint32_t word : {24U, static_cast<std::uint32_t>(samples.size()), encoding, rate_hz, channels})
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes.push_back(static_cast<std::uint8_t>(word >> shift));
+    bytes.insert(bytes.end(), samples.begin(), samples.end());
+    return bytes;
+}
 
 /// What libFuzzer calls, or the replay of kept inputs.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -22,9 +22,33 @@ def chunk(name, data, order="<", size_format="I"):
     return name + struct.pack(order + size_format, len(data)) + data + b"\0" * (len(data) % 2)
 
 
-def sounds():
-    """Names and bytes of sounds of 300 frames."""
-    samples = [RANDOM.randrange(-20000, 20000) for _ in range(600)]
+def crc(data, polynomial, bits):
+    value = 0
+    for byte in data:
+        value ^= byte << (bits - 8)
+        for _ in range(8):
+            value = value << 1 ^ (polynomial if value >> (bits - 1) else 0)
+    return value.to_bytes(bits // 8, "big")
+
+
+def flac(samples, channels, block):
+    """16 bits as they are, in several frames to seek among."""
+    frames = len(samples) // channels // block * block
+    stream = struct.pack(">HH6xQ16x", block, block, 11025 << 44 | (channels - 1) << 41 | 15 << 36 | frames)
+    data = b"fLaC" + struct.pack(">I", 0x80000000 | len(stream)) + stream
+    for number in range(frames // block):
+        head = struct.pack(">HBBBH", 0xFFF8, 0x70, (channels - 1) << 4 | 8, number, block - 1)
+        head += crc(head, 0x107, 8)
+        part = samples[number * block * channels : (number + 1) * block * channels]
+        for channel in range(channels):
+            head += b"\x02" + struct.pack(f">{block}h", *part[channel::channels])
+        data += head + crc(head, 0x18005, 16)
+    return data
+
+
+def sounds(length):
+    """Names and bytes of sounds of so many samples."""
+    samples = [RANDOM.randrange(-20000, 20000) for _ in range(length)]
     for channels in (1, 2, 7):
         frames = len(samples) // channels
         little = struct.pack(f"<{frames * channels}h", *samples[: frames * channels])
@@ -36,6 +60,15 @@ def sounds():
         ds64 = chunk(b"ds64", struct.pack("<QQQI", 72 + len(little), len(little), frames, 0))
         rf64 = b"RF64" + b"\xff" * 4 + b"WAVE" + ds64 + chunk(b"fmt ", form)
         yield f"rf64{channels}", rf64 + b"data" + b"\xff" * 4 + little
+        yield f"flac{channels}", flac(samples, channels, length // 12)
+        tail = bytes.fromhex("f3acd3118cd100c04f8edb8a")  # of the names of all chunks but the first
+        size = [struct.pack("<Q", 24 + n) for n in (80 + len(little), len(form), len(little))]
+        body = b"wave" + tail + b"fmt " + tail + size[1] + form + b"data" + tail + size[2] + little
+        yield f"w64{channels}", b"riff" + bytes.fromhex("2e91cf11a5d628db04c10000") + size[0] + body
+        floats = struct.pack("<HHIIHH", 3, channels, 11025, 88200 * channels, 8 * channels, 64)
+        data = struct.pack(f"<{frames * channels}d", *(s / 3e4 for s in samples[: frames * channels]))
+        body = b"WAVE" + chunk(b"fmt ", floats) + chunk(b"data", data)
+        yield f"double{channels}", b"RIFF" + struct.pack("<I", len(body)) + body
         rate = struct.pack(">HQ", 16383 + 13, 11025 << 50)  # an 80-bit float
         common = struct.pack(">HIH", channels, frames, 16) + rate
         body = chunk(b"COMM", common, ">") + chunk(b"SSND", bytes(8) + big, ">")
@@ -44,7 +77,7 @@ def sounds():
         caf = chunk(b"desc", description, ">", "Q") + chunk(b"data", bytes(4) + big, ">", "Q")
         yield f"caf{channels}", b"caff" + struct.pack(">HH", 1, 0) + caf
         for encoding, width in ((1, 1), (2, 1), (3, 2), (4, 3), (5, 4), (6, 4), (7, 8), (23, 1), (27, 1)):
-            data = RANDOM.randbytes(100 * width * channels)
+            data = RANDOM.randbytes(length // 6 * width * channels)
             head = struct.pack(">4sIIIII", b".snd", 24, len(data), encoding, 8000, channels)
             yield f"au{encoding}-{channels}", head + data
 
@@ -96,7 +129,11 @@ def make():
     keep("sdif_reader", "cut", gabarit(9)[:-20])
     reads = struct.pack("<iB", 0, 50) + struct.pack("<iB", 290, 50) + struct.pack("<iB", -20, 255)
     reads += struct.pack("<iB", 100, 7) + struct.pack("<iB", 16 * 100000000, 9) + struct.pack("<iB", 4, 250)
-    for name, data in sounds():
+    for name, data in sounds(10000):  # beyond the blocks that the reader holds
+        places = [RANDOM.randrange(-3000, 11000) * 16 + 1 for _ in range(6)]
+        walk = b"".join(struct.pack("<iB", place, RANDOM.randrange(256)) for place in places)
+        keep("sound_reader", name + "-long", walk + data)
+    for name, data in sounds(600):
         keep("sound_reader", name, reads + data)
         keep("sound_reader", name + "-cut", reads + data[: len(data) // 2])
         for place in range(4, min(64, len(data) - 4), 9):  # extreme sizes, counts and rates in the header

@@ -1,4 +1,5 @@
 // Any bytes as an SDIF file: read through, and taken for a gabarit.
+#include <cmath>
 #include <sstream>
 #include <vector>
 
@@ -53,10 +54,16 @@ void take_for_gabarit(const std::string& path, std::size_t file_bytes)
     EXPECT_LAW(static_cast<std::size_t>(n) * static_cast<std::size_t>(n) <= file_bytes);
     EXPECT_LAW(!describe_gabarit(path, true).empty() && !describe_gabarit(path, false).empty());
     gabarit_reader reader(path);
-    int columns = 0;
-    for (gabarit_column column{}; reader.next_column(column); ++columns)
-        EXPECT_LAW(column.similarity.size() == static_cast<std::size_t>(n));
-    EXPECT_LAW(columns == n);
+    std::vector<std::vector<unsigned char>> square;
+    double last = -HUGE_VAL;
+    for (gabarit_column column{}; reader.next_column(column); last = column.time_seconds) {
+        EXPECT_LAW(column.time_seconds > last && column.similarity.size() == static_cast<std::size_t>(n));
+        square.push_back(column.similarity);
+    }
+    EXPECT_LAW(square.size() == static_cast<std::size_t>(n));
+    for (std::size_t i = 0; i < square.size(); ++i)
+        for (std::size_t j = 0; j <= i; ++j)
+            EXPECT_LAW(square[i][j] == (i == j ? 255 : square[j][i]));
 }
 
 } // namespace
