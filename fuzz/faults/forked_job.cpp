@@ -44,8 +44,24 @@ void watch(process_handle* job, job_outcome& outcome)
     outcome.end = state == process_finished ? job_end::finished
                   : state == process_failed ? job_end::failed
                                             : job_end::canceled;
+    insist([=] { cancel(job, false); }, outcome); // too late to mean anything, but it locks
     keep(insist([=] { return getErrorMessage(job).c_str(); }, outcome), outcome);
     insist([=] { shutdown(job); }, outcome);
+}
+
+void run_job(const job_settings& settings, const char* output, job_outcome& outcome)
+{
+    try {
+        const char* path = settings.input.c_str();
+        watch(process(1, &path, output, settings.features, settings.modeling, settings.window, settings.step), outcome);
+    } catch (const std::exception& error) {
+        outcome.end = job_end::thrown;
+        keep(error.what(), outcome);
+    } catch (std::runtime_error* error) {
+        outcome.end = job_end::thrown_as_pointer;
+        keep(error->what(), outcome);
+        delete error;
+    }
 }
 
 int open_descriptors()
@@ -111,21 +127,6 @@ void child(const job_settings& settings, const fault_plan& plan, const std::stri
 }
 
 } // namespace
-
-void run_job(const job_settings& settings, const char* output, job_outcome& outcome)
-{
-    try {
-        const char* path = settings.input.c_str();
-        watch(process(1, &path, output, settings.features, settings.modeling, settings.window, settings.step), outcome);
-    } catch (const std::exception& error) {
-        outcome.end = job_end::thrown;
-        keep(error.what(), outcome);
-    } catch (std::runtime_error* error) {
-        outcome.end = job_end::thrown_as_pointer;
-        keep(error->what(), outcome);
-        delete error;
-    }
-}
 
 void run_in_child(const job_settings& settings, const fault_plan& plan, const std::string& folder,
                   std::int64_t size_limit, job_outcome& outcome)

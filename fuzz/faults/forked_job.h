@@ -28,9 +28,6 @@ struct job_outcome {
     int descriptors = 0;
 };
 
-/// Runs one job into `output` on this thread's account, to its end.
-void run_job(const job_settings& settings, const char* output, job_outcome& outcome);
-
 /// Runs a job in a child process that meets the faults of `plan`, and two more that meet none. The first leaves
 /// FOLDER/faulty/out.sdif, the others FOLDER/clean/out.sdif, both under the name "out.sdif".
 /// @param size_limit bytes that a file may have (RLIMIT_FSIZE), negative for no limit
