@@ -8,7 +8,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include "bench/plain_distances.h"
 #include "similarity/equalisation.h"
 #include "similarity/frame_distances.h"
 #include "similarity/pair_distances.h"
@@ -16,17 +15,13 @@
 #include "tavel/hist.h"
 #include "tavel/interp1q.h"
 #include "tavel/tavel_dense_vector.h"
+#include "tests/support/plain_distances.h"
+#include "tests/support/progress.h"
 #include "veloria/progress.h"
 
 namespace {
 
 using stream_list = tavel::Vector<tavel::Matrix<double>>;
-
-veloria::progress_record silent_progress()
-{
-    static const veloria::progress_sink sink{[](void*, double) { return true; }, nullptr};
-    return {&sink, 0.0, 1.0, 1.0};
-}
 
 // Frames of a sound go on from the ones before them and come back to where they were.
 tavel::Matrix<double> wandering_stream(int frames, int columns)
@@ -54,7 +49,7 @@ void pair_distances(benchmark::State& state)
     const tavel::Matrix<double> stream = wandering_stream(n, 12);
     tavel::Matrix<double> distance(n, n);
     for (auto _ : state) {
-        MEASURE(stream, distance, silent_progress());
+        MEASURE(stream, distance, unread_progress());
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(static_cast<std::int64_t>(static_cast<double>(state.iterations()) * pairs_of(n)));
@@ -63,7 +58,7 @@ void pair_distances(benchmark::State& state)
 std::vector<double> some_distances(int count)
 {
     tavel::Matrix<double> distance(count, count);
-    veloria::measure_pairs(wandering_stream(count, 12), distance, silent_progress());
+    veloria::measure_pairs(wandering_stream(count, 12), distance, unread_progress());
     return {distance.column_data(0), distance.column_data(0) + count};
 }
 
@@ -146,8 +141,7 @@ void distance_stage(benchmark::State& state)
     for (auto _ : state) {
         tavel::Matrix<double> distance;
         tavel::Matrix<unsigned char> similarity;
-        veloria::progress_record progress = silent_progress();
-        veloria::compute_frame_distances(streams, distance, progress);
+        veloria::compute_frame_distances(streams, distance, unread_progress());
         veloria::quantise_distances(distance, similarity, n);
         benchmark::DoNotOptimize(similarity.data);
     }
@@ -160,8 +154,7 @@ void distance_stage_plain(benchmark::State& state)
     for (auto _ : state) {
         tavel::Matrix<double> distance;
         tavel::Matrix<unsigned char> similarity;
-        veloria::progress_record progress = silent_progress();
-        plain::compute_frame_distances(streams, distance, progress);
+        plain::compute_frame_distances(streams, distance, unread_progress());
         plain::quantise(distance, similarity);
         benchmark::DoNotOptimize(similarity.data);
     }

@@ -9,7 +9,6 @@
 #include <random>
 #include <vector>
 
-#include "bench/plain_features.h"
 #include "features/analysis_costs.h"
 #include "features/extract_feature_streams.h"
 #include "features/harmonic.h"
@@ -21,6 +20,8 @@
 #include "features/running_median.h"
 #include "features/timbre.h"
 #include "features/transpose.h"
+#include "tests/support/plain_features.h"
+#include "tests/support/progress.h"
 
 namespace {
 
@@ -249,13 +250,6 @@ void transpose_in_place(benchmark::State& state)
 }
 BENCHMARK(transpose_in_place)->Unit(benchmark::kMillisecond);
 
-bool go_on(void*, double)
-{
-    return true;
-}
-
-constexpr veloria::progress_sink deaf_sink{go_on, nullptr};
-
 // Whole extractors: items are seconds of sound.
 void timbre(benchmark::State& state)
 {
@@ -265,8 +259,7 @@ void timbre(benchmark::State& state)
     tavel::Matrix<double> cepstrum(frames.count, 13);
     tavel::Matrix<double> contrast(frames.count, 12);
     for (auto _ : state) {
-        veloria::progress_record progress{&deaf_sink, 0.0, 1.0, 1.0};
-        veloria::extract_timbre(samples, rate_hz, 3 * hop, frames, cepstrum, &contrast, progress);
+        veloria::extract_timbre(samples, rate_hz, 3 * hop, frames, cepstrum, &contrast, unread_progress());
     }
     state.SetItemsProcessed(state.iterations() * 30);
 }
@@ -278,8 +271,7 @@ void harmonic(benchmark::State& state)
     tavel::Matrix<double> matrix;
     tavel::Slice<int> frames;
     for (auto _ : state) {
-        veloria::progress_record progress{&deaf_sink, 0.0, 1.0, 1.0};
-        veloria::extract_harmonic(samples, rate_hz, 882, 294, 77.0, 1500.0, 0.001, matrix, frames, progress);
+        veloria::extract_harmonic(samples, rate_hz, 882, 294, 77.0, 1500.0, 0.001, matrix, frames, unread_progress());
     }
     state.SetItemsProcessed(state.iterations() * 30);
 }
@@ -294,8 +286,7 @@ void feature_streams(benchmark::State& state)
     for (auto _ : state) {
         tavel::Slice<int> frames;
         tavel::Vector<tavel::Matrix<double>> streams;
-        veloria::progress_record progress{&deaf_sink, 0.0, 1.0, 1.0};
-        veloria::extract_feature_streams(samples, rate_hz, features, costs, frames, streams, progress);
+        veloria::extract_feature_streams(samples, rate_hz, features, costs, frames, streams, unread_progress());
     }
     state.SetItemsProcessed(state.iterations() * 300);
 }

@@ -23,6 +23,7 @@
 #include "similarity/quantise.h"
 #include "similarity/write_gabarit.h"
 #include "tavel/lapack.h"
+#include "tests/support/progress.h"
 #include "veloria/analysis_driver.h"
 #include "veloria/stage_weights.h"
 #include "veloria/time_grid.h"
@@ -96,11 +97,6 @@ BENCHMARK(whole_job)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 
-bool accept(void*, double)
-{
-    return true;
-}
-
 double cpu_seconds()
 {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
@@ -136,32 +132,30 @@ void stages(benchmark::State& state)
 {
     const bench_sound sound(static_cast<int>(state.range(0)));
     const char* path = sound.path.c_str();
-    const veloria::progress_sink sink{accept, nullptr};
     svd_seconds = 0.0;
     for (auto _ : state) {
-        veloria::progress_record progress{&sink, 0.0, 1.0, 1.0};
         const auto reader = corvane::make_reader(1, &path);
         tavel::Vector<tavel::Matrix<double>> scores;
         tavel::Vector<double> frame_times;
         {
             lap();
             tavel::Vector<double> samples;
-            corvane::load_sound(*reader, veloria::analysis_rate, false, false, samples, progress);
+            corvane::load_sound(*reader, veloria::analysis_rate, false, false, samples, unread_progress());
             state.counters["load"] = lap();
             const auto costs = veloria::estimate_costs(veloria::mixed, veloria::mean, 1.0, 0.5);
             tavel::Slice<int> frame_slice;
             tavel::Vector<tavel::Matrix<double>> streams;
             veloria::extract_feature_streams(samples, veloria::analysis_rate, veloria::mixed, costs, frame_slice,
-                                             streams, progress);
+                                             streams, unread_progress());
             state.counters["features"] = lap();
             const auto grid = veloria::time_grid(reader->frames() / double(rate_hz), 0.5);
             veloria::model_streams(streams, veloria::analysis_rate, frame_slice, grid, 1.0, veloria::mean, costs,
-                                   frame_times, scores, progress);
+                                   frame_times, scores, unread_progress());
             state.counters["modeling"] = lap();
         }
         tavel::Matrix<double> distance;
         tavel::Matrix<unsigned char> similarity;
-        veloria::compute_frame_distances(scores, distance, progress);
+        veloria::compute_frame_distances(scores, distance, unread_progress());
         veloria::quantise_distances(distance, similarity, frame_times.size);
         state.counters["distances"] = lap();
         veloria::write_gabarit(similarity, frame_times, path, "", rate_hz, 2, "/dev/null");

@@ -11,6 +11,7 @@
 #include "modeling/reduce_components.h"
 #include "modeling/window_statistics.h"
 #include "tavel/lapack.h"
+#include "tests/support/progress.h"
 
 namespace {
 
@@ -21,8 +22,6 @@ constexpr int song_frames = 11250;
 constexpr int song_rows = 599;
 constexpr double frame_rate = 37.5;
 constexpr int feature_counts[] = {13, 12, 12};
-
-const progress_sink deaf_sink{[](void*, double) { return true; }, nullptr};
 
 matrix noise(int rows, int columns)
 {
@@ -45,9 +44,8 @@ void model_song(benchmark::State& state, MODEL model)
                               noise(song_frames, feature_counts[2])};
     for (auto _ : state) {
         for (const matrix& stream : streams) {
-            progress_record progress{&deaf_sink, 0.0, 1.0, 1.0};
             matrix modeled;
-            model(stream, static_cast<int>(state.range(0)), centers, modeled, progress);
+            model(stream, static_cast<int>(state.range(0)), centers, modeled, unread_progress());
             benchmark::DoNotOptimize(modeled.data);
         }
     }
@@ -86,9 +84,8 @@ void reduction(benchmark::State& state)
         state.PauseTiming();
         tavel::Vector<matrix> streams(1);
         streams[0] = stream;
-        progress_record progress{&deaf_sink, 0.0, 1.0, 1.0};
         state.ResumeTiming();
-        reduce_components(streams, progress);
+        reduce_components(streams, unread_progress());
     }
 }
 

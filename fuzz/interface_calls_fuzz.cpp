@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "fuzz/input.h"
-#include "tests/test_job.h"
+#include "tests/support/job.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "fuzz/input.h"
 #include "gabarit/commands.h"
-#include "tests/test_job.h"
+#include "tests/support/job.h"
 
 namespace {
 

@@ -9,9 +9,10 @@
 
 #include <gtest/gtest.h>
 
-#include "bench/plain_distances.h"
 #include "similarity/frame_distances.h"
 #include "similarity/quantise.h"
+#include "tests/support/plain_distances.h"
+#include "tests/support/progress.h"
 
 namespace {
 
@@ -30,21 +31,6 @@ stream_list random_streams(int frames, const std::vector<int>& columns)
     }
     return streams;
 }
-
-// Positions in the order of the reports; refuses the one after the last that it is to take.
-struct recorder {
-    std::vector<double> positions;
-    std::size_t taken = std::numeric_limits<std::size_t>::max();
-    veloria::progress_sink sink{report, this};
-    veloria::progress_record progress{&sink, 0.3, 0.6, 1.0};
-
-    static bool report(void* context, double position)
-    {
-        recorder& self = *static_cast<recorder*>(context);
-        self.positions.push_back(position);
-        return self.positions.size() <= self.taken;
-    }
-};
 
 // Cells as bits; one pattern stands for all NaN.
 template <class T>
@@ -79,10 +65,10 @@ TEST(FrameDistances, GivesTheBitsAndTheReportsOfThePlainForm)
                 SCOPED_TRACE(testing::Message() << name << ", " << frames << " frames, streams " << columns.size());
                 const stream_list streams = random_streams(frames, columns);
                 change_stream(streams.data[streams.size - 1]);
-                recorder fast, slow;
+                report_log fast, slow;
                 tavel::Matrix<double> distance, plain_distance;
-                veloria::compute_frame_distances(streams, distance, fast.progress);
-                plain::compute_frame_distances(streams, plain_distance, slow.progress);
+                veloria::compute_frame_distances(streams, distance, fast.piece(0.3, 0.6));
+                plain::compute_frame_distances(streams, plain_distance, slow.piece(0.3, 0.6));
                 ASSERT_EQ(bits_of(distance), bits_of(plain_distance));
                 ASSERT_EQ(fast.positions, slow.positions);
 
@@ -99,9 +85,8 @@ TEST(FrameDistances, PlacesPointsOnALineByTheirDistribution)
     streams[0].resize(3, 1);
     streams[0](1, 0) = 1.0;
     streams[0](2, 0) = 3.0;
-    recorder reports;
     tavel::Matrix<double> distance;
-    veloria::compute_frame_distances(streams, distance, reports.progress);
+    veloria::compute_frame_distances(streams, distance, unread_progress());
     // 1, 3 and 2 of 3 stand at 16 2/3, 50 and 33 1/3 bins, where 6 2/3, 9 and 8 of the nine cells are nearer; 6 are 0.
     // The place within a bin loses 5 bits to cancellation.
     EXPECT_NEAR(distance(1, 0), 2.0 / 9.0, 32.0 * std::numeric_limits<double>::epsilon());
@@ -113,7 +98,7 @@ TEST(FrameDistances, PlacesPointsOnALineByTheirDistribution)
     EXPECT_EQ(std::vector<int>(bytes.data, bytes.data + 9), (std::vector<int>{255, 198, 0, 198, 255, 85, 0, 85, 255}));
 
     tavel::Matrix<double> pair;
-    veloria::compute_frame_distances(random_streams(2, {4, 1, 7}), pair, reports.progress);
+    veloria::compute_frame_distances(random_streams(2, {4, 1, 7}), pair, unread_progress());
     EXPECT_EQ(pair(1, 0), 3.0); // one pair is the farthest in each of three streams
 }
 
@@ -121,9 +106,9 @@ TEST(FrameDistances, FillsThePieceWhereThereAreNoPairs)
 {
     for (const auto& [rows, columns, size] : {std::array{0, 0, 0}, {0, 3, 0}, {1, 0, 0}, {1, 3, 1}}) {
         SCOPED_TRACE(testing::Message() << rows << " by " << columns);
-        recorder reports;
+        report_log reports;
         tavel::Matrix<double> distance;
-        veloria::compute_frame_distances(random_streams(rows, {columns}), distance, reports.progress);
+        veloria::compute_frame_distances(random_streams(rows, {columns}), distance, reports.piece(0.3, 0.6));
         EXPECT_EQ(bits_of(distance), bits_of(tavel::Matrix<double>(size, size)));
         EXPECT_EQ(reports.positions, std::vector<double>{1.0 * 0.6 + 0.3});
         tavel::Matrix<unsigned char> bytes;
@@ -135,12 +120,11 @@ TEST(FrameDistances, FillsThePieceWhereThereAreNoPairs)
 TEST(FrameDistances, StopsAtEveryReport)
 {
     const stream_list streams = random_streams(66, {3, 2});
-    for (std::size_t taken = 0; taken < 2 * 3 * 65 + 4; ++taken) {
-        recorder reports;
-        reports.taken = taken;
+    for (std::size_t refused = 0; refused < 2 * 3 * 65 + 4; ++refused) {
+        report_log reports(refused);
         tavel::Matrix<double> distance;
-        EXPECT_THROW(veloria::compute_frame_distances(streams, distance, reports.progress), corvane::cancel_exception);
-        EXPECT_EQ(reports.positions.size(), taken + 1);
+        EXPECT_THROW(veloria::compute_frame_distances(streams, distance, reports.piece()), corvane::cancel_exception);
+        EXPECT_EQ(reports.positions.size(), refused + 1);
     }
 }
 

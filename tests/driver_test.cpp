@@ -11,7 +11,9 @@
 
 #include "audio/make_reader.h"
 #include "tavel/error.h"
-#include "tests/test_sound.h"
+#include "tests/support/files.h"
+#include "tests/support/progress.h"
+#include "tests/support/sound.h"
 #include "veloria/numeric_environment.h"
 #include "veloria/stage_weights.h"
 #include "veloria/time_grid.h"
@@ -107,44 +109,27 @@ TEST(NumericEnvironment, IsTheSameForEveryHostAndGivesBackWhatItFound)
     }
 }
 
-// Counts the reports of a job and refuses one of them.
-struct counting_sink {
-    int refused;
-    int count = 0;
-    double last = 0.0;
-
-    static bool report(void* context, double position)
-    {
-        auto& self = *static_cast<counting_sink*>(context);
-        if (self.count++ == self.refused)
-            return false;
-        self.last = position;
-        return true;
-    }
-};
+constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
 
 struct driver_result {
-    int reports;
-    double last_position;
+    std::vector<double> positions;
     bool canceled;
     tavel::Matrix<unsigned char> similarity;
 };
 
-driver_result run_driver(const std::string& sound, int features, int modeling, int refused_report)
+driver_result run_driver(const std::string& sound, int features, int modeling, std::size_t refused_report = never)
 {
     const char* path = sound.c_str();
     const auto reader = corvane::make_reader(1, &path);
-    counting_sink counter{refused_report};
-    const veloria::progress_sink sink{counting_sink::report, &counter};
+    report_log reports(refused_report);
     tavel::Vector<double> frame_times;
     driver_result result{};
     try {
-        veloria::analysis_driver(*reader, features, modeling, 0.3, 0.2, result.similarity, frame_times, sink);
+        veloria::analysis_driver(*reader, features, modeling, 0.3, 0.2, result.similarity, frame_times, reports.sink);
     } catch (const corvane::cancel_exception&) {
         result.canceled = true;
     }
-    result.reports = counter.count;
-    result.last_position = counter.last;
+    result.positions = reports.positions;
     return result;
 }
 
@@ -156,15 +141,15 @@ TEST(AnalysisDriver, StopsAtWhicheverReportIsRefused)
     for (const int features : {veloria::timbre, veloria::harmo, veloria::mixed})
         for (const int modeling : {veloria::mean, veloria::meanvar, veloria::fft, veloria::mph}) {
             SCOPED_TRACE(testing::Message() << features << ' ' << modeling);
-            const driver_result whole = run_driver(sound, features, modeling, -1);
+            const driver_result whole = run_driver(sound, features, modeling);
             ASSERT_FALSE(whole.canceled);
             EXPECT_EQ(whole.similarity.rows, 4);
             // the distances of n rows report up to 2 / n more than their share
-            EXPECT_NEAR(whole.last_position, 0.99, 0.99 * 2 / 4);
-            for (int k = 0; k < whole.reports; ++k) {
+            EXPECT_NEAR(whole.positions.back(), 0.99, 0.99 * 2 / 4);
+            for (std::size_t k = 0; k < whole.positions.size(); ++k) {
                 const driver_result part = run_driver(sound, features, modeling, k);
                 ASSERT_TRUE(part.canceled) << "report " << k;
-                ASSERT_EQ(part.reports, k + 1);
+                ASSERT_EQ(part.positions.size(), k + 1);
                 ASSERT_EQ(part.similarity.rows, 0);
             }
         }
@@ -182,7 +167,7 @@ TEST(AnalysisDriver, SizesThePictureByTheLengthOfTheSound)
     for (const length_case& c : cases) {
         SCOPED_TRACE(c.frames);
         write_sound(sound, 11025, 1, c.frames);
-        const driver_result result = run_driver(sound, veloria::harmo, veloria::mean, -1);
+        const driver_result result = run_driver(sound, veloria::harmo, veloria::mean);
         ASSERT_EQ(result.similarity.rows, c.n);
         ASSERT_EQ(result.similarity.columns, c.n);
         for (int i = 0; i < c.n; ++i)

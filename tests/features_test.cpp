@@ -13,22 +13,16 @@
 #include "features/extract_feature_streams.h"
 #include "features/standardize_columns.h"
 #include "features/transpose.h"
+#include "tests/support/progress.h"
 
 namespace {
 
-// Keeps the positions of one extraction and refuses the report of a given number.
+// Keeps the results and reports of one extraction.
 struct extraction {
-    std::size_t refused = 0;
-    std::vector<double> positions;
+    report_log reports;
     tavel::Slice<int> frames;
     tavel::Vector<tavel::Matrix<double>> streams;
-    veloria::progress_sink sink{[](void* context, double position) {
-                                    auto& self = *static_cast<extraction*>(context);
-                                    self.positions.push_back(position);
-                                    return self.positions.size() != self.refused;
-                                },
-                                this};
-    veloria::progress_record progress{&sink, 0.1, 0.5, 9.0};
+    veloria::progress_record& progress = reports.piece(0.1, 0.5);
 
     void run(int size, int features)
     {
@@ -81,15 +75,15 @@ TEST(FeatureStreams, ReportEachFrameAndStopWhereRefused)
         for (const auto& [begin, end] : {std::array{0.1, timbre_ends[features]}, {timbre_ends[features], 0.4}})
             for (int i = 1; begin != end && i <= whole.frames.count; ++i)
                 expected.push_back(begin + (end - begin) * i / whole.frames.count);
-        EXPECT_THAT(whole.positions, testing::Pointwise(testing::DoubleNear(1e-15), expected));
+        EXPECT_THAT(whole.reports.positions, testing::Pointwise(testing::DoubleNear(1e-15), expected));
         EXPECT_DOUBLE_EQ(whole.progress.offset, 0.4);
         EXPECT_DOUBLE_EQ(whole.progress.range, 0.2);
         EXPECT_EQ(whole.progress.scale, 1.0);
-        for (std::size_t refused = 1; refused <= expected.size(); ++refused) {
+        for (std::size_t refused = 0; refused < expected.size(); ++refused) {
             extraction cancelled;
-            cancelled.refused = refused;
+            cancelled.reports.refused = refused;
             EXPECT_THROW(cancelled.run(3000, features), corvane::cancel_exception);
-            EXPECT_EQ(cancelled.positions.size(), refused);
+            EXPECT_EQ(cancelled.reports.positions.size(), refused + 1);
         }
     }
 }

@@ -1,9 +1,6 @@
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <limits>
-#include <locale>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -16,32 +13,12 @@
 #include "quillon/type_declarations.h"
 #include "similarity/command_string.h"
 #include "similarity/write_gabarit.h"
+#include "tests/support/files.h"
+#include "tests/support/locale.h"
 
 namespace {
 
 using namespace std::string_literals;
-
-// A scratch file, gone at the end of the test.
-struct scratch_file {
-    std::string path = testing::TempDir() + "gabarit_file_test.sdif";
-    ~scratch_file() { std::filesystem::remove(path); }
-    std::string bytes() const
-    {
-        std::ifstream stream(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-};
-
-// A host whose numbers look like 44.100,5.
-struct foreign_numbers : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-struct foreign_locale {
-    std::locale before = std::locale::global(std::locale(std::locale::classic(), new foreign_numbers));
-    ~foreign_locale() { std::locale::global(before); }
-};
 
 template <class T>
 std::string big_endian(T value)
@@ -232,12 +209,13 @@ std::string expected_gabarit(const gabarit_case& c)
 TEST(WriteGabarit, WritesEveryByteInItsPlace)
 {
     const foreign_locale host;
+    const test_folder folder;
     for (const gabarit_case& c : gabarit_cases) {
         SCOPED_TRACE(c.n);
-        const scratch_file file;
-        std::ofstream(file.path) << std::string(10000, 'x'); // what was there before goes
-        write_case(c, file.path);
-        EXPECT_EQ(file.bytes(), expected_gabarit(c));
+        const std::string path = folder.path("out.sdif");
+        std::ofstream(path) << std::string(10000, 'x'); // what was there before goes
+        write_case(c, path);
+        EXPECT_EQ(contents(path), expected_gabarit(c));
     }
 }
 

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include <cairo.h>
@@ -20,7 +19,7 @@
 #include "gabarit/gabarit_reader.h"
 #include "gabarit/time_ticks.h"
 #include "similarity/write_gabarit.h"
-#include "tests/test_sound.h"
+#include "tests/support/files.h"
 
 namespace {
 
@@ -30,12 +29,6 @@ using testing::StartsWith;
 const std::string command = "marquen --input a --features_type b.wav --similarity c.sdif --features_type harmo "
                             "--features_modeling fft --features_modeling_length 1.5 --window_centering grid "
                             "--window_grid_hop 0.25";
-
-std::string content_of(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void write(const std::string& path, const std::string& bytes)
 {
@@ -111,7 +104,7 @@ TEST(Gabarit, VerifyNamesTheDamage)
 {
     const test_folder folder;
     write_example(folder.path("g.sdif"), 3);
-    const std::string whole = content_of(folder.path("g.sdif"));
+    const std::string whole = contents(folder.path("g.sdif"));
     // From the end: a frame has 24 bytes, then 16 and 8, then 16 and 3 with 5 of padding.
     const std::size_t frame = 72, last = whole.size() - frame, info = last - 2 * frame - 96;
     const auto table_size = [&](std::size_t at) { return static_cast<unsigned char>(whole[at]); };
@@ -161,7 +154,7 @@ TEST(Gabarit, SurvivesEveryCutAndEveryFlippedBit)
     const test_folder folder;
     const std::string path = folder.path("g.sdif");
     write_example(path, 2);
-    const std::string whole = content_of(path);
+    const std::string whole = contents(path);
     std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
     for (std::size_t byte = 0; byte < whole.size(); ++byte) {
         const std::size_t from_end = whole.size() - 1 - byte;
@@ -318,7 +311,7 @@ ending run(const test_folder& in, const std::string& arguments, const std::strin
 {
     const int status =
         std::system((before + GABARIT " " + arguments + " >" + in.path("stdout") + " 2>" + in.path("stderr")).c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, content_of(in.path("stdout")), content_of(in.path("stderr"))};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents(in.path("stdout")), contents(in.path("stderr"))};
 }
 
 TEST(Tool, DrawsEveryFormAndAnySize)
@@ -330,7 +323,7 @@ TEST(Tool, DrawsEveryFormAndAnySize)
         for (const auto& [ending, start] : {std::pair(".png", "\x89PNG"), {".svg", "<?xml"}, {".pdf", "%PDF"}}) {
             const std::string out = folder.path(std::to_string(n) + ending);
             EXPECT_EQ(run(folder, "picture --map cubehelix " + folder.path("g.sdif") + " " + out).status, 0);
-            EXPECT_THAT(content_of(out), StartsWith(start));
+            EXPECT_THAT(contents(out), StartsWith(start));
         }
         EXPECT_EQ(run(folder, "picture --plain " + folder.path("g.sdif") + " " + folder.path("p.png")).status, n == 0);
     }
@@ -360,8 +353,8 @@ TEST(Tool, ExportsNumbersThatReadBack)
     write_example(folder.path("g.sdif"), 3);
     for (const char* const out : {"g.npy", "g.csv"})
         ASSERT_EQ(run(folder, "export " + folder.path("g.sdif") + " " + folder.path(out)).status, 0);
-    EXPECT_EQ(content_of(folder.path("g.csv")), "time,0.25,0.5,0.75\n0.25,255,90,80\n0.5,90,255,90\n0.75,80,90,255\n");
-    const std::string square = content_of(folder.path("g.npy")), times = content_of(folder.path("g.times.npy"));
+    EXPECT_EQ(contents(folder.path("g.csv")), "time,0.25,0.5,0.75\n0.25,255,90,80\n0.5,90,255,90\n0.75,80,90,255\n");
+    const std::string square = contents(folder.path("g.npy")), times = contents(folder.path("g.times.npy"));
     ASSERT_TRUE(square.size() == 128 + 9 && times.size() == 128 + 24);
     EXPECT_EQ(square.substr(0, 10), std::string("\x93NUMPY\x01\0\x76\0", 10));
     EXPECT_THAT(square, HasSubstr("{'descr': '|u1', 'fortran_order': False, 'shape': (3, 3), }"));
@@ -375,7 +368,7 @@ TEST(Tool, EndsWithItsStatusAndNoHalfFile)
     const test_folder folder;
     const std::string good = folder.path("good.sdif"), cut = folder.path("cut.sdif"), out = folder.path("out");
     write_example(good, 60);
-    const std::string whole = content_of(good);
+    const std::string whole = contents(good);
     write(cut, whole.substr(0, whole.size() - 1));
     const std::string cut_text = cut + ": offset " + std::to_string(whole.size() - 124) +
                                  ": a frame has the size 120, but only 119 bytes are left";

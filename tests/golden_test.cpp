@@ -21,6 +21,7 @@
 #include "features/transpose.h"
 #include "modeling/model_streams.h"
 #include "similarity/frame_distances.h"
+#include "tests/support/progress.h"
 #include "veloria/process_handle.h"
 #include "veloria/time_grid.h"
 #include "veloria/veloria.h"
@@ -115,13 +116,6 @@ TEST(Golden, HasNoJobThatIsNotRun)
 
 using stream_list = tavel::Vector<tavel::Matrix<double>>;
 
-bool accept(void*, double)
-{
-    return true;
-}
-
-const veloria::progress_sink sink{accept, nullptr};
-
 tavel::Matrix<double> stored_stage(const std::string& name)
 {
     const auto& arrays = manifest()["stages"]["arrays"];
@@ -208,12 +202,11 @@ constexpr double exact = 1e-9; // what double-precision stages agree to
 TEST(Golden, FeaturesAgreeWithTheReference)
 {
     const nlohmann::json& job = manifest()["stages"]["job"];
-    veloria::progress_record progress{&sink, 0.0, 1.0, 1.0};
     const std::string input = input_paths(job)[0];
     const char* path = input.c_str();
     const auto reader = corvane::make_reader(1, &path);
     tavel::Vector<double> sound;
-    corvane::load_sound(*reader, 11025.0, false, false, sound, progress);
+    corvane::load_sound(*reader, 11025.0, false, false, sound, unread_progress());
     expect_stage(sound.data, sound.size, "sound", exact);
     const std::vector<double> grid =
         veloria::time_grid(reader->frames() / static_cast<double>(reader->sample_rate()), job["step"]);
@@ -221,10 +214,11 @@ TEST(Golden, FeaturesAgreeWithTheReference)
 
     tavel::Matrix<double> pitch_classes;
     tavel::Slice<int> frame_slice;
-    veloria::extract_harmonic(sound, 11025.0, 882, 294, 77.0, 1500.0, 0.001, pitch_classes, frame_slice, progress);
+    veloria::extract_harmonic(sound, 11025.0, 882, 294, 77.0, 1500.0, 0.001, pitch_classes, frame_slice,
+                              unread_progress());
     veloria::transpose_in_place(pitch_classes);
     tavel::Matrix<double> cepstrum(frame_slice.count, 13), contrast(frame_slice.count, 12);
-    veloria::extract_timbre(sound, 11025.0, 882, frame_slice, cepstrum, &contrast, progress);
+    veloria::extract_timbre(sound, 11025.0, 882, frame_slice, cepstrum, &contrast, unread_progress());
     expect_features(cepstrum, "features_raw_0", false);
     expect_features(contrast, "features_raw_1", true);
     expect_features(pitch_classes, "features_raw_2", false);
@@ -233,7 +227,6 @@ TEST(Golden, FeaturesAgreeWithTheReference)
 TEST(Golden, ModelingAndDistancesAgreeWithTheReference)
 {
     const nlohmann::json& job = manifest()["stages"]["job"];
-    veloria::progress_record progress{&sink, 0.0, 1.0, 1.0};
     stream_list streams = stored_streams("features_raw");
     veloria::standardize_columns(streams);
     for (int s = 0; s < 3; ++s)
@@ -245,13 +238,13 @@ TEST(Golden, ModelingAndDistancesAgreeWithTheReference)
     tavel::Vector<double> frame_times;
     stream_list scores;
     veloria::model_streams(streams, 11025.0, tavel::Slice<int>(440, 105839, 294), {grid.data, grid.data + grid.rows},
-                           job["window"], veloria::meanvar, costs, frame_times, scores, progress);
+                           job["window"], veloria::meanvar, costs, frame_times, scores, unread_progress());
     expect_stage(frame_times.data, frame_times.size, "frame_times", 0.0);
     for (int s = 0; s < 3; ++s)
         expect_stage(scores[s], "scores_" + std::to_string(s), exact, true);
 
     tavel::Matrix<double> distance;
-    veloria::compute_frame_distances(scores, distance, progress);
+    veloria::compute_frame_distances(scores, distance, unread_progress());
     expect_stage(distance, "distance", exact);
 }
 

@@ -11,10 +11,11 @@
 #include <random>
 #include <vector>
 
-#include "bench/plain_features.h"
 #include "features/pitch_map.h"
 #include "features/running_median.h"
 #include "tavel/min_max_elem.h"
+#include "tests/support/plain_features.h"
+#include "tests/support/progress.h"
 
 namespace {
 
@@ -73,9 +74,7 @@ struct pitch_classes {
 
     explicit pitch_classes(const tavel::Vector<double>& samples, int hop = 294)
     {
-        const veloria::progress_sink sink{[](void*, double) { return true; }, nullptr};
-        veloria::progress_record progress{&sink, 0.0, 1.0, 1.0};
-        veloria::extract_harmonic(samples, 11025.0, 882, hop, 77.0, 1500.0, 0.001, matrix, frames, progress);
+        veloria::extract_harmonic(samples, 11025.0, 882, hop, 77.0, 1500.0, 0.001, matrix, frames, unread_progress());
     }
 };
 

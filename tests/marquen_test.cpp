@@ -14,18 +14,13 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "tests/test_sound.h"
+#include "tests/support/files.h"
+#include "tests/support/sound.h"
 
 namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
-
-std::string content_of(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 struct ending {
     int status; // -1: by a signal
@@ -60,7 +55,7 @@ public:
     void interrupt() const
     {
         const auto catches = [this] {
-            const std::string status = content_of("/proc/" + std::to_string(id) + "/status");
+            const std::string status = contents("/proc/" + std::to_string(id) + "/status");
             const std::size_t caught = status.find("SigCgt:");
             return caught != std::string::npos && (std::stoull(status.substr(caught + 7), nullptr, 16) & 2) != 0;
         };
@@ -73,7 +68,7 @@ public:
     {
         int status = 0;
         waitpid(id, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, content_of(output), content_of(error)};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents(output), contents(error)};
     }
 
 private:
@@ -125,14 +120,14 @@ TEST_F(Marquen, AnswersWrongUsageWithStatusTwo)
         {job + " --picture out.jpg", "neither in .png"},
         {"--input " + wav + " --similarity " + folder.path("./a.wav"), "would be overwritten"},
     };
-    const std::string before = content_of(wav);
+    const std::string before = contents(wav);
     for (const usage& c : cases) {
         SCOPED_TRACE(c.arguments);
         const ending end = run(c.arguments);
         EXPECT_EQ(end.status, 2);
         EXPECT_THAT(end.error, HasSubstr(c.text));
     }
-    EXPECT_EQ(content_of(wav), before);
+    EXPECT_EQ(contents(wav), before);
     EXPECT_EQ(run("--help").status, 0);
     EXPECT_EQ(run("--version").output, "marquen 1.8.2\n");
 }
@@ -180,11 +175,11 @@ TEST_F(Marquen, RepeatsItselfFromTheRecordedCommand)
                              " --features_modeling_length=0.77777777 --window_grid_hop 0.49999996");
     ASSERT_EQ(first.status, 0);
     EXPECT_EQ(first.output + first.error, ""); // no bar where nobody looks on
-    const std::string bytes = content_of(gabarit), name = "\nCommand\tmarquen ";
+    const std::string bytes = contents(gabarit), name = "\nCommand\tmarquen ";
     const std::size_t begin = bytes.find(name) + name.size();
     std::filesystem::remove(gabarit);
     ASSERT_EQ(run(bytes.substr(begin, bytes.find(";\n", begin) - begin)).status, 0);
-    EXPECT_EQ(content_of(gabarit), bytes);
+    EXPECT_EQ(contents(gabarit), bytes);
 }
 
 TEST_F(Marquen, PlansWhatTheJobThenTakes)
@@ -216,7 +211,7 @@ TEST_F(Marquen, PlansWhatTheJobThenTakes)
 
         const auto done = nlohmann::json::parse(run(job).output);
         EXPECT_EQ(done["state"], "finished");
-        const std::string bytes = content_of(gabarit);
+        const std::string bytes = contents(gabarit);
         int signatures = 0; // four of them in the declarations, and two in each row
         for (std::size_t at = 0; (at = bytes.find("1GB0", at)) != std::string::npos; at += 4)
             ++signatures;
@@ -238,7 +233,7 @@ TEST_F(Marquen, SumsUpItsWork)
     EXPECT_EQ(done["error"], nullptr);
     // n = 5: distances twice over, bytes, samples, grid.
     EXPECT_EQ(done["memory_bytes"], 2 * 8 * 25 + 25 + 8 * 33075 + 8 * 5);
-    EXPECT_EQ(content_of(picture).substr(1, 3), "PNG");
+    EXPECT_EQ(contents(picture).substr(1, 3), "PNG");
 }
 
 TEST_F(Marquen, StopsWhenInterrupted)
@@ -257,14 +252,14 @@ TEST_F(Marquen, StopsWhenInterrupted)
 
 TEST_F(Marquen, IsMatchedByTheExampleHostOfTheReadme)
 {
-    EXPECT_THAT(content_of(PROJECT_ROOT "/README.md"), HasSubstr(content_of(PROJECT_ROOT "/examples/analyse.cpp")));
+    EXPECT_THAT(contents(PROJECT_ROOT "/README.md"), HasSubstr(contents(PROJECT_ROOT "/examples/analyse.cpp")));
     const std::string wav = sound("a.wav", 44100, 200000);
     ASSERT_EQ(run("--input " + wav + " --similarity " + gabarit).status, 0);
-    const std::string bytes = content_of(gabarit);
+    const std::string bytes = contents(gabarit);
     const ending host = started_program(folder, ANALYSE, wav + " " + gabarit).wait();
     EXPECT_EQ(host.status, 0);
     EXPECT_THAT(host.error, EndsWith("done\n"));
-    EXPECT_EQ(content_of(gabarit), bytes);
+    EXPECT_EQ(contents(gabarit), bytes);
     EXPECT_EQ(started_program(folder, ANALYSE, folder.path("none.wav") + " " + gabarit).wait().status, 1);
 }
 

@@ -16,6 +16,7 @@
 #include "modeling/mph.h"
 #include "modeling/window_statistics.h"
 #include "tavel/error.h"
+#include "tests/support/progress.h"
 
 namespace {
 
@@ -37,10 +38,8 @@ matrix rows_of(auto model, const matrix& stream, auto... settings)
 {
     tavel::Vector<int> centers(stream.rows);
     std::iota(centers.begin(), centers.end(), 0);
-    const progress_sink sink{[](void*, double) { return true; }, nullptr};
-    progress_record progress{&sink, 0.0, 1.0, 1.0};
     matrix modeled;
-    model(stream, settings..., centers, modeled, progress);
+    model(stream, settings..., centers, modeled, unread_progress());
     return modeled;
 }
 
@@ -129,18 +128,16 @@ TEST(ModelStreams, ReportsEachRowOnItsPieceOfTheBar)
     tavel::Vector<matrix> features(1), scores;
     features[0] = noise(40, 4);
     tavel::Vector<double> times;
-    numbers positions;
-    const auto keep = [](void* log, double x) { return static_cast<numbers*>(log)->push_back(x), true; };
-    const progress_sink sink{keep, &positions};
     for (const numbers& grid : {numbers{0.1, 0.2, 0.3, 0.4, 0.5, 0.6}, {0.1, 0.2, 0.3}}) {
-        progress_record progress{&sink, 0.2, 0.4, 1.0};
-        model_streams(features, 11025.0, {440, 11906, 294}, grid, 0.2, 3, {9.0, 3.0, 1.0}, times, scores, progress);
+        report_log reports;
+        const numbers& positions = reports.positions;
+        model_streams(features, 11025.0, {440, 11906, 294}, grid, 0.2, 3, {9.0, 3.0, 1.0}, times, scores,
+                      reports.piece(0.2, 0.4));
         ASSERT_EQ(positions.size(), 40 + grid.size() + 1);
         EXPECT_DOUBLE_EQ(positions[0], 0.2 + 0.054 / 40);
         EXPECT_DOUBLE_EQ(positions[40], 0.254 + 0.246 / times.size);
         EXPECT_DOUBLE_EQ(positions[39 + grid.size()], 0.5);
         EXPECT_DOUBLE_EQ(positions.back(), 0.5 + 0.1 * scores[0].columns / 16);
-        positions.clear();
     }
     EXPECT_EQ(scores[0].columns, 16); // 3 rows stay as they are
 }

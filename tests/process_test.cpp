@@ -13,9 +13,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/piped_sound.h"
-#include "tests/test_job.h"
-#include "tests/test_sound.h"
+#include "tests/support/files.h"
+#include "tests/support/job.h"
+#include "tests/support/piped_sound.h"
+#include "tests/support/sound.h"
 
 namespace {
 

@@ -9,7 +9,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include "test_sound.h"
+#include "tests/support/files.h"
+#include "tests/support/sound.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tavel/error.h"
+#include "tests/support/progress.h"
 
 namespace {
 
@@ -25,14 +26,11 @@ matrix noise(int rows, int columns)
 
 matrix reduced(const matrix& stream)
 {
-    double position = 0.0;
-    const auto keep = [](void* last, double units) { return *static_cast<double*>(last) = units, true; };
-    const veloria::progress_sink sink{keep, &position};
-    veloria::progress_record progress{&sink, 0.0, 1.0, 1.0};
+    report_log reports;
     tavel::Vector<matrix> streams(1);
     streams[0] = stream;
-    veloria::reduce_components(streams, progress);
-    EXPECT_EQ(position, streams[0].columns);
+    veloria::reduce_components(streams, reports.piece());
+    EXPECT_EQ(reports.positions, std::vector<double>{1.0 * streams[0].columns});
     return streams[0];
 }
 

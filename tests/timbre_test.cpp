@@ -13,9 +13,10 @@
 #include <random>
 #include <vector>
 
-#include "bench/plain_features.h"
 #include "features/mel_cepstrum.h"
 #include "features/octave_bands.h"
+#include "tests/support/plain_features.h"
+#include "tests/support/progress.h"
 
 namespace {
 
@@ -66,19 +67,16 @@ TEST(MelCepstrum, IsTheCosineTransformOfTheCompressedEnergies)
 
 TEST(Timbre, OfSilenceIsFinite)
 {
-    int reports = 0;
-    const auto count_report = [](void* count, double) { return ++*static_cast<int*>(count) > 0; };
-    const veloria::progress_sink sink{count_report, &reports};
-    veloria::progress_record progress{&sink, 0.0, 1.0, 1.0};
+    report_log reports;
     tavel::Matrix<double> cepstrum(2, 13, 777.0), contrast(2, 12, 777.0);
     const tavel::Vector<double> silence(1200);
-    veloria::extract_timbre(silence, 11025.0, 882, {440, 759, 294}, cepstrum, &contrast, progress);
-    EXPECT_EQ(reports, 2);
+    veloria::extract_timbre(silence, 11025.0, 882, {440, 759, 294}, cepstrum, &contrast, reports.piece());
+    EXPECT_EQ(reports.positions.size(), 2U);
     EXPECT_THAT(std::vector<double>(cepstrum.data, cepstrum.data + 26), testing::Each(0.0));
     for (int b = 0; b < 12; ++b)
         EXPECT_DOUBLE_EQ(contrast(1, b), b < 6 ? -36.04365338911715 : 0.0);
-    veloria::extract_timbre(silence, 11025.0, 882, {}, cepstrum, nullptr, progress);
-    EXPECT_EQ(reports, 2);
+    veloria::extract_timbre(silence, 11025.0, 882, {}, cepstrum, nullptr, reports.piece());
+    EXPECT_EQ(reports.positions.size(), 2U);
 }
 
 } // namespace

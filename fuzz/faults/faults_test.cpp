@@ -20,7 +20,8 @@
 #include "fuzz/faults/fault_plan.h"
 #include "fuzz/faults/forked_job.h"
 #include "gabarit/commands.h"
-#include "tests/test_sound.h"
+#include "tests/support/files.h"
+#include "tests/support/sound.h"
 
 namespace {
 
@@ -33,12 +34,6 @@ std::int64_t stride()
 {
     const char* const given = std::getenv("FAULT_STRIDE");
     return given == nullptr ? 1 : std::max(1, std::atoi(given));
-}
-
-std::string contents(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // The n of a whole gabarit, -1 of anything else.

@@ -15,8 +15,9 @@
 #include <vector>
 
 #include "gabarit/commands.h"
-#include "tests/test_job.h"
-#include "tests/test_sound.h"
+#include "tests/support/files.h"
+#include "tests/support/job.h"
+#include "tests/support/sound.h"
 
 namespace {
 

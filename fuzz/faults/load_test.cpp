@@ -14,7 +14,7 @@
 #include <functional>
 #include <iterator>
 #include <list>
-#include <locale>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -23,9 +23,11 @@
 #    include <xmmintrin.h>
 #endif
 
-#include "tests/piped_sound.h"
-#include "tests/test_job.h"
-#include "tests/test_sound.h"
+#include "tests/support/files.h"
+#include "tests/support/job.h"
+#include "tests/support/locale.h"
+#include "tests/support/piped_sound.h"
+#include "tests/support/sound.h"
 
 namespace {
 
@@ -202,13 +204,6 @@ TEST_F(Load, DoesNotGrow)
     expect_no_more(before, 32768); // the threads' own caches of free blocks count as held
 }
 
-// Writes 0,5 and 44.100.
-struct foreign_numbers : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
 struct meddling {
     const char* what;
     std::function<void()> begin, end;
@@ -218,10 +213,9 @@ TEST_F(Load, IsDeafToItsHost)
 {
     run_alone(kinds);
     const int error_stream = dup(STDERR_FILENO);
-    const std::locale native;
+    std::optional<foreign_locale> locale;
     std::vector<meddling> meddlings{
-        {"a foreign locale", [&] { std::locale::global(std::locale(native, new foreign_numbers)); },
-         [&] { std::locale::global(native); }},
+        {"a foreign locale", [&] { locale.emplace(); }, [&] { locale.reset(); }},
         {"no stderr", [] { close(STDERR_FILENO); }, [=] { dup2(error_stream, STDERR_FILENO); }},
     };
     for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO})

@@ -2,12 +2,11 @@
 
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "veloria/veloria.h"
 
+/// Starts a job on one file.
 inline veloria::process_handle* start_job(const std::string& input, const std::string& output,
                                           veloria::features_type features = veloria::mixed,
                                           veloria::modeling_type modeling = veloria::mean, double window = 1.0,
@@ -17,6 +16,7 @@ inline veloria::process_handle* start_job(const std::string& input, const std::s
     return veloria::process(1, &path, output.c_str(), features, modeling, window, step);
 }
 
+/// The state in which a job ends, by asking for it: nothing joins its thread.
 inline veloria::process_state wait_for_end(veloria::process_handle* job)
 {
     veloria::process_state state = veloria::getState(job);
@@ -25,10 +25,4 @@ inline veloria::process_state wait_for_end(veloria::process_handle* job)
         state = veloria::getState(job);
     }
     return state;
-}
-
-inline std::string contents(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }

@@ -2,30 +2,10 @@
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <filesystem>
 #include <string>
 #include <vector>
-
-/// A folder of its own for each test, gone with it.
-class test_folder {
-public:
-    test_folder()
-    {
-        std::string pattern = testing::TempDir() + "veloria-XXXXXX";
-        name = mkdtemp(pattern.data());
-    }
-    test_folder(const test_folder&) = delete;
-    test_folder& operator=(const test_folder&) = delete;
-    ~test_folder() { std::filesystem::remove_all(name); }
-
-    std::string path(const std::string& file) const { return name + "/" + file; }
-
-private:
-    std::string name;
-};
 
 /// Writes a 16-bit sound whose chord changes every second, with another loudness in each channel.
 inline void write_sound(const std::string& path, int rate_hz, int channels, int frames,
