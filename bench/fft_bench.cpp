@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <random>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -12,18 +11,9 @@
 
 #include "fft/split_complex_fft.h"
 #include "fft/window.h"
+#include "tests/support/noise.h"
 
 namespace {
-
-std::vector<float> noise(int size)
-{
-    std::mt19937 engine(1);
-    std::uniform_real_distribution<float> uniform(-1.0F, 1.0F);
-    std::vector<float> values(static_cast<std::size_t>(size));
-    for (float& value : values)
-        value = uniform(engine);
-    return values;
-}
 
 void count_samples(benchmark::State& state)
 {
@@ -34,7 +24,7 @@ void count_samples(benchmark::State& state)
 void realfft_in_place(benchmark::State& state)
 {
     const int size = static_cast<int>(state.range(0));
-    std::vector<float> values = noise(size);
+    std::vector<float> values = noise<float>(size);
     int direction = -1;
     for (auto _ : state) {
         direction = -direction;

@@ -4,13 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 
 #include "modeling/modulation.h"
 #include "modeling/mph.h"
 #include "modeling/reduce_components.h"
 #include "modeling/window_statistics.h"
 #include "tavel/lapack.h"
+#include "tests/support/noise.h"
 #include "tests/support/progress.h"
 
 namespace {
@@ -23,16 +23,6 @@ constexpr int song_rows = 599;
 constexpr double frame_rate = 37.5;
 constexpr int feature_counts[] = {13, 12, 12};
 
-matrix noise(int rows, int columns)
-{
-    std::mt19937 generator(1);
-    std::normal_distribution<double> normal;
-    matrix stream(rows, columns);
-    for (int c = 0; c < columns; ++c)
-        std::generate_n(stream.column_data(c), rows, [&] { return normal(generator); });
-    return stream;
-}
-
 // The range of a benchmark is the window in frames.
 template <class MODEL>
 void model_song(benchmark::State& state, MODEL model)
@@ -40,8 +30,9 @@ void model_song(benchmark::State& state, MODEL model)
     tavel::Vector<int> centers(song_rows);
     for (int row = 0; row < song_rows; ++row)
         centers[row] = static_cast<int>(std::round((0.5 * (row + 1) - 0.04) * frame_rate));
-    const matrix streams[] = {noise(song_frames, feature_counts[0]), noise(song_frames, feature_counts[1]),
-                              noise(song_frames, feature_counts[2])};
+    const matrix streams[] = {noise_matrix(song_frames, feature_counts[0]),
+                              noise_matrix(song_frames, feature_counts[1]),
+                              noise_matrix(song_frames, feature_counts[2])};
     for (auto _ : state) {
         for (const matrix& stream : streams) {
             matrix modeled;
@@ -79,7 +70,7 @@ void mph(benchmark::State& state)
 // Ranges: rows and columns of one modeled stream.
 void reduction(benchmark::State& state)
 {
-    const matrix stream = noise(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+    const matrix stream = noise_matrix(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
     for (auto _ : state) {
         state.PauseTiming();
         tavel::Vector<matrix> streams(1);
@@ -94,7 +85,7 @@ void factorisation_alone(benchmark::State& state)
 {
     const int m = static_cast<int>(state.range(0)), n = static_cast<int>(state.range(1)), r = std::min(m, n);
     const int work_length = std::max(5 * r, 3 * r + std::max(m, n));
-    const matrix stream = noise(m, n);
+    const matrix stream = noise_matrix(m, n);
     for (auto _ : state) {
         state.PauseTiming();
         matrix centered;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <random>
 #include <span>
 #include <vector>
 
@@ -12,24 +11,17 @@
 #    include <soxr.h>
 #endif
 
+#include "tests/support/noise.h"
+
 namespace {
 
 constexpr int target_hz = 11025;
 constexpr int block = corvane::Resampler::block_size;
 
-std::vector<double> noise(std::int64_t size)
-{
-    std::mt19937 engine(1);
-    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
-    std::vector<double> samples(static_cast<std::size_t>(size));
-    std::generate(samples.begin(), samples.end(), [&] { return uniform(engine); });
-    return samples;
-}
-
 // In whole blocks.
 std::vector<double> minute_of_noise(int rate_hz)
 {
-    return noise(60 * rate_hz / block * block);
+    return noise<double>(60 * rate_hz / block * block);
 }
 
 void count_samples(benchmark::State& state, const std::vector<double>& samples)
@@ -69,7 +61,7 @@ void plain_loop(benchmark::State& state)
     const int rate_hz = static_cast<int>(state.range(0));
     const std::vector<double> samples = minute_of_noise(rate_hz);
     const corvane::filter_sizes filter = corvane::Resampler(target_hz, rate_hz).sizes();
-    const std::vector<double> phases = noise(filter.up * filter.taps);
+    const std::vector<double> phases = noise<double>(filter.up * filter.taps);
     const std::int64_t end = (static_cast<std::int64_t>(samples.size()) - filter.taps) * filter.up;
     std::vector<double> output(samples.size());
     for (auto _ : state) {

@@ -3,7 +3,6 @@
 #include <bit>
 #include <cmath>
 #include <limits>
-#include <random>
 #include <utility>
 #include <vector>
 
@@ -11,6 +10,7 @@
 
 #include "similarity/frame_distances.h"
 #include "similarity/quantise.h"
+#include "tests/support/noise.h"
 #include "tests/support/plain_distances.h"
 #include "tests/support/progress.h"
 
@@ -21,14 +21,9 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 stream_list random_streams(int frames, const std::vector<int>& columns)
 {
-    std::mt19937 generator(static_cast<unsigned>(frames));
-    std::normal_distribution<double> value;
     stream_list streams(static_cast<int>(columns.size()));
-    for (int s = 0; s < streams.size; ++s) {
-        streams[s].resize(frames, columns[static_cast<std::size_t>(s)]);
-        for (int c = 0; c < streams[s].columns; ++c)
-            std::generate_n(streams[s].column_data(c), frames, [&] { return value(generator); });
-    }
+    for (int s = 0; s < streams.size; ++s)
+        streams[s] = noise_matrix(frames, columns[static_cast<std::size_t>(s)]);
     return streams;
 }
 

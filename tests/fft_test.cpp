@@ -9,24 +9,13 @@
 #include <cstddef>
 #include <limits>
 #include <numbers>
-#include <random>
 #include <thread>
 #include <vector>
 
 #include "fft/mixed_radix_pass.h"
+#include "tests/support/noise.h"
 
 namespace {
-
-template <class T>
-std::vector<T> noise(int count)
-{
-    std::mt19937 generator(static_cast<unsigned>(count));
-    std::uniform_real_distribution<double> values(-1.0, 1.0);
-    std::vector<T> samples(static_cast<std::size_t>(count));
-    for (T& sample : samples)
-        sample = static_cast<T>(values(generator));
-    return samples;
-}
 
 // Interleaved complex values by the definition.
 template <class T>

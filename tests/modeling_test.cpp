@@ -16,6 +16,7 @@
 #include "modeling/mph.h"
 #include "modeling/window_statistics.h"
 #include "tavel/error.h"
+#include "tests/support/noise.h"
 #include "tests/support/progress.h"
 
 namespace {
@@ -25,11 +26,10 @@ using matrix = tavel::Matrix<double>;
 using numbers = std::vector<double>;
 
 // 17 values, so that many are equal.
-matrix noise(int rows, int columns)
+matrix coarse_noise(int rows, int columns)
 {
-    matrix stream(rows, columns);
-    for (int i = 0; i < rows * columns; ++i)
-        stream.data[i] = std::round(8.0 * std::sin(i * i));
+    matrix stream = noise_matrix(rows, columns);
+    std::for_each_n(stream.data, rows * columns, [](double& x) { x = std::round(8.0 * x); });
     return stream;
 }
 
@@ -64,8 +64,8 @@ TEST(Windows, AreOddAndHaveADefinedEnd)
     for (const auto& [frames, width] : cases)
         EXPECT_EQ(modeling_window_frames(frames * 2.0, 0.5), width) << frames;
     EXPECT_EQ(window_around(50, INT_MAX, 100).count, 100);
-    EXPECT_TRUE(std::isnan(rows_of(model_spectrum, noise(9, 1), 37.5, -1)(8, 0)));
-    EXPECT_THAT([] { rows_of(model_spectrum, noise(9, 1), 37.5, INT_MAX); },
+    EXPECT_TRUE(std::isnan(rows_of(model_spectrum, coarse_noise(9, 1), 37.5, -1)(8, 0)));
+    EXPECT_THAT([] { rows_of(model_spectrum, coarse_noise(9, 1), 37.5, INT_MAX); },
                 testing::ThrowsMessage<tavel::error>("tavel error: realfft_vec:: Error in realfft"));
 }
 
@@ -106,7 +106,7 @@ TEST(Mph, RanksNaNLast)
 
 TEST(Mph, WeighsTransitionsByTheRanksOfBothFrames)
 {
-    const matrix stream = noise(40, 13), rows = rows_of(model_mph, stream, 5);
+    const matrix stream = coarse_noise(40, 13), rows = rows_of(model_mph, stream, 5);
     const auto weight = [&](int t, int feature) { // so low beyond the first four that no pair is above 0
         int rank = 0;
         for (int f = 0; f < 13; ++f)
@@ -126,7 +126,7 @@ TEST(Mph, WeighsTransitionsByTheRanksOfBothFrames)
 TEST(ModelStreams, ReportsEachRowOnItsPieceOfTheBar)
 {
     tavel::Vector<matrix> features(1), scores;
-    features[0] = noise(40, 4);
+    features[0] = coarse_noise(40, 4);
     tavel::Vector<double> times;
     for (const numbers& grid : {numbers{0.1, 0.2, 0.3, 0.4, 0.5, 0.6}, {0.1, 0.2, 0.3}}) {
         report_log reports;

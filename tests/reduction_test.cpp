@@ -10,19 +10,12 @@
 #include <vector>
 
 #include "tavel/error.h"
+#include "tests/support/noise.h"
 #include "tests/support/progress.h"
 
 namespace {
 
 using matrix = tavel::Matrix<double>;
-
-matrix noise(int rows, int columns)
-{
-    matrix stream(rows, columns);
-    for (int i = 0; i < rows * columns; ++i)
-        stream.data[i] = std::sin(i * i);
-    return stream;
-}
 
 matrix reduced(const matrix& stream)
 {
@@ -59,7 +52,7 @@ TEST(Reduction, LeavesOutColumnsThatHaveNoMeanIfThreeOthersAreThere)
 {
     matrix whole, rest(10, 3);
     for (const int bad : {0, 3}) {
-        whole = noise(10, 4);
+        whole = noise_matrix(10, 4);
         std::copy_n(whole.column_data(bad == 0 ? 1 : 0), 30, rest.data);
         whole(5, bad) = std::nan("");
         const matrix scores = reduced(whole), expected = reduced(rest);
