@@ -1,10 +1,10 @@
 #include "similarity/write_gabarit.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <initializer_list>
 #include <stdexcept>
 
+#include "quillon/gabarit_layout.h"
 #include "quillon/name_value_table.h"
 #include "quillon/sdif_entity.h"
 #include "quillon/sdif_frame.h"
@@ -14,18 +14,12 @@
 
 namespace veloria {
 
+namespace layout = Quillon::gabarit_layout;
+
 namespace {
 
-constexpr std::uint32_t info_signature = Quillon::SdifStringToSignature("IGBG");
-constexpr std::uint32_t channel_map_signature = Quillon::SdifStringToSignature("XS2C");
-constexpr std::uint32_t frame_info_signature = Quillon::SdifStringToSignature("IGBF");
-constexpr std::uint32_t data_signature = Quillon::SdifStringToSignature("1GB0");
-
-constexpr double info_time = -1.0; // seconds, ahead of all data
 constexpr int gabarit_mode = 0;
 
-// What the frames say of themselves: n values are the bins from 0 to the Nyquist frequency of a transform of this
-// size.
 struct gabarit_size {
     std::uint32_t frames;
     std::int64_t fft_size;
@@ -37,37 +31,32 @@ Quillon::SDIFNameValueTable name_value_table(const std::string& input_path, cons
     Quillon::SDIFNameValueTable table;
     table.AddNameValue("SampleRate", plain_number(sample_rate));
     table.AddNameValue("GabaritMode", std::to_string(gabarit_mode));
-    table.AddNameValue("Command", command);
-    table.AddNameValue("Soundfile", input_path);
+    table.AddNameValue(layout::command_name, command);
+    table.AddNameValue(layout::sound_name, input_path);
     table.AddNameValue("NumChannels", std::to_string(channels));
     table.AddNameValue("Version", VELORIA_ENGINE_VERSION);
     table.AddNameValue("Creator", "marquen");
     return table;
 }
 
-// A matrix type of these columns, declared in the file and held by the frame type under a name.
-void declare_matrix(Quillon::SDIFEntity& entity, Quillon::FrameType& frame_type, std::uint32_t signature,
-                    std::initializer_list<const char*> columns, const char* name)
+void declare_frame(Quillon::SDIFEntity& entity, std::uint32_t signature,
+                   std::initializer_list<layout::matrix_layout> matrices)
 {
-    Quillon::MatrixType type(signature);
-    for (const char* column : columns)
-        type.AddColumn(column);
-    entity.AddMatrixType(type);
-    frame_type.AddMatrixType(type, name);
+    Quillon::FrameType frame_type(signature);
+    for (const layout::matrix_layout& matrix : matrices) {
+        Quillon::MatrixType type(matrix.signature);
+        for (const char* column : matrix.columns)
+            type.AddColumn(column);
+        entity.AddMatrixType(type);
+        frame_type.AddMatrixType(type, matrix.name);
+    }
+    entity.AddFrameType(frame_type);
 }
 
-void declare_types(Quillon::SDIFEntity& entity)
+// Sizes a matrix that has the columns of its layout.
+void init_matrix(Quillon::SDIFMatrix& matrix, const layout::matrix_layout& form, std::uint32_t rows)
 {
-    Quillon::FrameType info(info_signature);
-    declare_matrix(entity, info, info_signature, {"gabmode", "samplerate", "nchannels", "fftsize", "numframes"},
-                   "gabaritinfo");
-    declare_matrix(entity, info, channel_map_signature, {"stream_id", "channel"}, "stream2channel_map");
-    entity.AddFrameType(info);
-
-    Quillon::FrameType data(data_signature);
-    declare_matrix(entity, data, frame_info_signature, {"windowsize", "framesize"}, "frameinfo");
-    declare_matrix(entity, data, data_signature, {"logampl"}, "fftdata");
-    entity.AddFrameType(data);
+    matrix.Init(form.signature, rows, static_cast<std::uint32_t>(form.columns.size()), form.type);
 }
 
 // The stream is the channel count and the map fills its first row alone, in turn: readers know the frame so.
@@ -75,19 +64,19 @@ void write_info_frame(Quillon::SDIFEntity& entity, const gabarit_size& size, dou
 {
     const auto channel_count = static_cast<std::uint32_t>(channels);
     Quillon::SDIFFrame frame;
-    frame.SetHeader(info_signature, channel_count, info_time);
+    frame.SetHeader(layout::info.signature, channel_count, layout::info_time);
     frame.Resize(2);
 
     Quillon::SDIFMatrix& info = frame.GetMatrix(0);
-    info.Init(info_signature, 1, 5, Quillon::DataType::float32);
-    info.Set(0, 0, gabarit_mode);
-    info.Set(0, 1, sample_rate);
-    info.Set(0, 2, channels);
-    info.Set(0, 3, size.fft_size);
-    info.Set(0, 4, size.frames);
+    init_matrix(info, layout::info, 1);
+    info.Set(0, layout::gabmode, gabarit_mode);
+    info.Set(0, layout::samplerate, sample_rate);
+    info.Set(0, layout::nchannels, channels);
+    info.Set(0, layout::fftsize, size.fft_size);
+    info.Set(0, layout::numframes, size.frames);
 
     Quillon::SDIFMatrix& channel_map = frame.GetMatrix(1);
-    channel_map.Init(channel_map_signature, channel_count, 2, Quillon::DataType::int32);
+    init_matrix(channel_map, layout::channel_map, channel_count);
     for (int i = 0; i < channels; ++i) {
         channel_map.Set(0, 0, i);
         channel_map.Set(0, 1, i);
@@ -100,15 +89,15 @@ void write_data_frames(Quillon::SDIFEntity& entity, const gabarit_size& size,
                        const tavel::Matrix<unsigned char>& similarity, const tavel::Vector<double>& frame_times)
 {
     Quillon::SDIFFrame frame;
-    frame.SetSignature(data_signature);
-    frame.SetStreamID(0);
+    frame.SetSignature(layout::data.signature);
+    frame.SetStreamID(layout::data_stream);
     frame.Resize(2);
     Quillon::SDIFMatrix& info = frame.GetMatrix(0);
-    info.Init(frame_info_signature, 1, 2, Quillon::DataType::uint32);
+    init_matrix(info, layout::frame_info, 1);
     info.Set(0, 0, size.fft_size);
     info.Set(0, 1, size.fft_size);
     Quillon::SDIFMatrix& column = frame.GetMatrix(1);
-    column.Init(data_signature, size.frames, 1, Quillon::DataType::uint8);
+    init_matrix(column, layout::data, size.frames);
     for (int i = 0; i < frame_times.size; ++i) {
         frame.SetTime(frame_times[i]);
         column.FillColumn(0, similarity.column_data(i));
@@ -123,11 +112,12 @@ void write_gabarit(const tavel::Matrix<unsigned char>& similarity, const tavel::
                    const std::string& output_path)
 {
     const std::int64_t n = frame_times.size;
-    const gabarit_size size{static_cast<std::uint32_t>(n), std::max<std::int64_t>(2 * n - 2, 0)};
+    const gabarit_size size{static_cast<std::uint32_t>(n), layout::fft_size(n)};
 
     Quillon::SDIFEntity entity;
     entity.AddNVT(name_value_table(input_path, command, sample_rate, channels));
-    declare_types(entity);
+    declare_frame(entity, layout::info.signature, {layout::info, layout::channel_map});
+    declare_frame(entity, layout::data.signature, {layout::frame_info, layout::data});
     if (!entity.OpenWrite(output_path))
         throw std::runtime_error("Error opening file '" + output_path + "' for writing");
     write_info_frame(entity, size, sample_rate, channels);
