@@ -29,7 +29,9 @@ bool OutputFile::open(const std::string& file_path)
 {
     close();
     path = file_path;
-    descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    do
+        descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    while (descriptor < 0 && errno == EINTR); // a signal while a FIFO waits for its reader
     return descriptor >= 0;
 }
 

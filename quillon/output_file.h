@@ -5,13 +5,13 @@
 
 namespace Quillon {
 
-/// A file that is written from start to end. What the system reports is told at once: nothing is buffered here.
+/// A file that is written from start to end. Nothing is buffered here: each error is thrown where it happens.
 class OutputFile {
 public:
     OutputFile() = default;
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
-    /// Closes without a word; the file stays as far as it came.
+    /// Closes without an error; the file stays as far as it came.
     ~OutputFile();
 
     /// Creates the file or empties the one that is there; false if that fails.
