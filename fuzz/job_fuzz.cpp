@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "fuzz/input.h"
-#include "gabarit/commands.h"
+#include "gabarit/verify.h"
 #include "tests/support/job.h"
 
 namespace {
@@ -47,7 +47,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         EXPECT_LAW(getPosition(job) == (state == process_finished ? 1.0 : -1.0));
         shutdown(job);
         if (state == process_finished)
-            verify_gabarit(gabarit.path()); // what it throws is a finding
+            gabarit::verify(gabarit.path()); // what it throws is a finding
     } catch (const std::out_of_range&) {
         EXPECT_LAW(refused);
     } catch (const std::runtime_error& error) {

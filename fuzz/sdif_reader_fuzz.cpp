@@ -4,8 +4,9 @@
 #include <vector>
 
 #include "fuzz/input.h"
-#include "gabarit/commands.h"
-#include "gabarit/gabarit_reader.h"
+#include "gabarit/describe.h"
+#include "gabarit/reader.h"
+#include "gabarit/verify.h"
 #include "quillon/sdif_reader.h"
 
 namespace {
@@ -46,17 +47,17 @@ void take_for_gabarit(const std::string& path, std::size_t file_bytes)
 {
     int n = 0;
     try {
-        n = verify_gabarit(path);
+        n = gabarit::verify(path);
     } catch (const Quillon::FormatError&) {
         return;
     }
     // What passes for whole can be described and read.
     EXPECT_LAW(static_cast<std::size_t>(n) * static_cast<std::size_t>(n) <= file_bytes);
-    EXPECT_LAW(!describe_gabarit(path, true).empty() && !describe_gabarit(path, false).empty());
-    gabarit_reader reader(path);
+    EXPECT_LAW(!gabarit::describe(path, true).empty() && !gabarit::describe(path, false).empty());
+    gabarit::reader reader(path);
     std::vector<std::vector<unsigned char>> square;
     double last = -HUGE_VAL;
-    for (gabarit_column column{}; reader.next_column(column); last = column.time_seconds) {
+    for (gabarit::column column{}; reader.next_column(column); last = column.time_seconds) {
         EXPECT_LAW(column.time_seconds > last && column.similarity.size() == static_cast<std::size_t>(n));
         square.push_back(column.similarity);
     }

@@ -1,20 +1,40 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <string>
+#include <vector>
 
-// What the subcommands do beside drawing. Each throws Quillon::FormatError where the file is no whole gabarit, and
-// std::runtime_error for a failing read or write.
+#include <CLI/CLI.hpp>
 
-/// Table, information frame, size, times and settings: a line "name: value" each, or one JSON object.
-std::string describe_gabarit(const std::string& path, bool as_json);
+/// The subcommands, a file each. `add_NAME` adds one to the program: its options, and what it does, as the callback
+/// that runs once they are read. Its exit status goes to `status`, which must outlive the program.
+namespace gabarit {
 
-/// Goes through the whole file; a gabarit must be symmetric, with 255 on the diagonal.
-/// @return n
-int verify_gabarit(const std::string& path);
+void add_info(CLI::App& program, int& status);
+void add_verify(CLI::App& program, int& status);
+void add_picture(CLI::App& program, int& status);
+void add_export(CLI::App& program, int& status);
 
-/// Whether the path ends in .npy or .csv.
-bool is_export_path(const std::string& path);
+/// The gabarit that a subcommand reads.
+CLI::Option* add_file(CLI::App& command, std::string& path);
 
-/// Writes the numbers: `NAME.npy`, an array of n by n bytes, a row per frame, with their times as float64 in
-/// `NAME.times.npy`; or `NAME.csv`, a row "time, v0 ... v(n-1)" per frame under a header of times.
-void export_gabarit(const std::string& sdif_path, const std::string& path);
+/// The file that it writes; another ending than the known ones is a wrong usage.
+CLI::Option* add_output(CLI::App& command, std::string& path, bool (*is_known)(const std::string&),
+                        const std::string& endings, const std::string& description);
+
+/// Takes the names of a map.
+template <class VALUE>
+CLI::Validator one_of(const std::map<std::string, VALUE>& words)
+{
+    std::vector<std::string> names;
+    for (const auto& word : words)
+        names.push_back(word.first);
+    return CLI::IsMember(names).description("");
+}
+
+/// Does what a subcommand has to do with a file; a failure is one line on stderr that begins with the file's name.
+/// @return exit status
+int run_on(const std::string& file, const std::function<void()>& work);
+
+} // namespace gabarit

@@ -1,11 +1,13 @@
-#include "gabarit/commands.h"
+#include "gabarit/describe.h"
 
 #include <charconv>
 #include <system_error>
 
 #include <nlohmann/json.hpp>
 
-#include "gabarit/gabarit_reader.h"
+#include "gabarit/reader.h"
+
+namespace gabarit {
 
 using json = nlohmann::ordered_json;
 
@@ -24,14 +26,14 @@ json setting(const std::string& word)
 
 json facts_of(const std::string& path)
 {
-    gabarit_reader reader(path);
+    reader gabarit(path);
     double first = 0.0;
-    gabarit_column column{};
-    for (int i = 0; reader.next_column(column); ++i)
+    column read{};
+    for (int i = 0; gabarit.next_column(read); ++i)
         if (i == 0)
-            first = column.time_seconds;
-    const int n = reader.size();
-    const double last = column.time_seconds;
+            first = read.time_seconds;
+    const int n = gabarit.size();
+    const double last = read.time_seconds;
 
     json facts;
     facts["file"] = showable(path);
@@ -39,15 +41,15 @@ json facts_of(const std::string& path)
     facts["first_time"] = n > 0 ? json(first) : json();
     facts["last_time"] = n > 0 ? json(last) : json();
     facts["step"] = n > 1 ? json((last - first) / (n - 1)) : json();
-    const gabarit_settings settings = reader.settings();
-    facts["settings"] = {{"features_type", setting(settings.features)},
-                         {"features_modeling", setting(settings.modeling)},
-                         {"features_modeling_length", setting(settings.modeling_window)},
-                         {"window_grid_hop", setting(settings.modeling_step)}};
+    const settings made_with = gabarit.made_with();
+    facts["settings"] = {{"features_type", setting(made_with.features)},
+                         {"features_modeling", setting(made_with.modeling)},
+                         {"features_modeling_length", setting(made_with.modeling_window)},
+                         {"window_grid_hop", setting(made_with.modeling_step)}};
     facts["table"] = json::object();
-    for (const Quillon::NameValue& entry : reader.table())
+    for (const Quillon::NameValue& entry : gabarit.table())
         facts["table"][entry.name] = entry.value;
-    const gabarit_info& info = reader.info();
+    const information& info = gabarit.info();
     facts["info"] = {{"gabmode", info.mode},
                      {"samplerate", info.sample_rate_hz},
                      {"nchannels", info.channels},
@@ -71,8 +73,10 @@ std::string lines_of(const json& facts, const std::string& prefix)
 
 } // namespace
 
-std::string describe_gabarit(const std::string& path, bool as_json)
+std::string describe(const std::string& path, bool as_json)
 {
     const json facts = facts_of(path);
     return as_json ? facts.dump(2) + '\n' : lines_of(facts, "");
 }
+
+} // namespace gabarit

@@ -1,4 +1,4 @@
-#include "gabarit/commands.h"
+#include "gabarit/export.h"
 
 #include <array>
 #include <bit>
@@ -10,8 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "gabarit/atomic_file.h"
-#include "gabarit/gabarit_reader.h"
+#include "gabarit/reader.h"
+#include "picture/whole_file.h"
+
+namespace gabarit {
 
 namespace {
 
@@ -40,18 +42,18 @@ void append_little_endian(double value, std::string& bytes)
         bytes += static_cast<char>(std::bit_cast<std::uint64_t>(value) >> shift & 0xff);
 }
 
-void export_npy(gabarit_reader& reader, const std::string& path)
+void export_npy(reader& gabarit, const std::string& path)
 {
-    atomic_file square(path);
-    atomic_file times(std::filesystem::path(path).replace_extension(".times.npy"));
-    const std::string n = std::to_string(reader.size());
+    picture::whole_file square(path);
+    picture::whole_file times(std::filesystem::path(path).replace_extension(".times.npy"));
+    const std::string n = std::to_string(gabarit.size());
     square.write(npy_header("|u1", n + ", " + n));
     times.write(npy_header("<f8", n + ","));
     std::string time_bytes;
-    for (gabarit_column column{}; reader.next_column(column);) {
-        if (!square.write(column.similarity.data(), column.similarity.size()))
+    for (column read{}; gabarit.next_column(read);) {
+        if (!square.write(read.similarity.data(), read.similarity.size()))
             break;
-        append_little_endian(column.time_seconds, time_bytes);
+        append_little_endian(read.time_seconds, time_bytes);
     }
     times.write(time_bytes);
     square.commit();
@@ -69,23 +71,23 @@ void append_number(NUMBER number, std::string& line)
 // The header needs all times before the first row: it takes a reading of its own.
 std::string csv_header(const std::string& sdif_path)
 {
-    gabarit_reader reader(sdif_path);
+    reader gabarit(sdif_path);
     std::string line = "time";
-    for (gabarit_column column{}; reader.next_column(column);) {
+    for (column read{}; gabarit.next_column(read);) {
         line += ',';
-        append_number(column.time_seconds, line);
+        append_number(read.time_seconds, line);
     }
     return line + '\n';
 }
 
-void export_csv(const std::string& sdif_path, gabarit_reader& reader, const std::string& path)
+void export_csv(const std::string& sdif_path, reader& gabarit, const std::string& path)
 {
-    atomic_file table(path);
+    picture::whole_file table(path);
     std::string line = csv_header(sdif_path);
-    for (gabarit_column column{}; table.write(line) && reader.next_column(column);) {
+    for (column read{}; table.write(line) && gabarit.next_column(read);) {
         line.clear();
-        append_number(column.time_seconds, line);
-        for (const unsigned char value : column.similarity) {
+        append_number(read.time_seconds, line);
+        for (const unsigned char value : read.similarity) {
             line += ',';
             append_number(int{value}, line);
         }
@@ -101,11 +103,13 @@ bool is_export_path(const std::string& path)
     return ending_of(path) == ".npy" || ending_of(path) == ".csv";
 }
 
-void export_gabarit(const std::string& sdif_path, const std::string& path)
+void export_numbers(const std::string& sdif_path, const std::string& path)
 {
-    gabarit_reader reader(sdif_path);
+    reader gabarit(sdif_path);
     if (ending_of(path) == ".npy")
-        export_npy(reader, path);
+        export_npy(gabarit, path);
     else
-        export_csv(sdif_path, reader, path);
+        export_csv(sdif_path, gabarit, path);
 }
+
+} // namespace gabarit

@@ -1,4 +1,4 @@
-#include "gabarit/commands.h"
+#include "gabarit/verify.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,13 +6,15 @@
 #include <random>
 #include <vector>
 
-#include "gabarit/gabarit_reader.h"
+#include "gabarit/reader.h"
+
+namespace gabarit {
 
 using Quillon::FormatError;
 
 namespace {
 
-// Tells whether a square is symmetric without holding it: each row and each column gets the sum of its values times
+// Finds out whether a square is symmetric without holding it: each row and each column gets the sum of its values times
 // weights of their places. A single pair of unequal values never escapes, several do with a chance of about 2^-31.
 class symmetry_check {
 public:
@@ -43,21 +45,23 @@ private:
 
 } // namespace
 
-int verify_gabarit(const std::string& path)
+int verify(const std::string& path)
 {
-    gabarit_reader reader(path);
-    symmetry_check symmetry(reader.size());
+    reader gabarit(path);
+    symmetry_check symmetry(gabarit.size());
     std::vector<std::uint64_t> offsets;
-    for (gabarit_column column{}; reader.next_column(column);) {
+    for (column read{}; gabarit.next_column(read);) {
         const std::size_t i = offsets.size();
-        if (column.similarity[i] != 255)
-            throw FormatError(column.offset, "frame " + std::to_string(i) + " is not like itself: the diagonal has " +
-                                                 std::to_string(column.similarity[i]) + " instead of 255");
-        symmetry.add_column(i, column.similarity);
-        offsets.push_back(column.offset);
+        if (read.similarity[i] != 255)
+            throw FormatError(read.offset, "frame " + std::to_string(i) + " is not like itself: the diagonal has " +
+                                               std::to_string(read.similarity[i]) + " instead of 255");
+        symmetry.add_column(i, read.similarity);
+        offsets.push_back(read.offset);
     }
     if (const std::size_t i = symmetry.first_difference(); i < offsets.size())
         throw FormatError(offsets[i], "not symmetric: the values of frame " + std::to_string(i) +
                                           " differ from those of the others for it");
-    return reader.size();
+    return gabarit.size();
 }
+
+} // namespace gabarit

@@ -10,8 +10,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "gabarit/draw_gabarit.h"
 #include "marquen/free_memory.h"
+#include "picture/picture.h"
 
 namespace marquen {
 
@@ -38,7 +38,8 @@ std::string check_seconds(const std::string& text)
 
 std::string check_picture_path(const std::string& path)
 {
-    return is_picture_path(path) ? std::string() : "'" + path + "' ends neither in .png nor in .svg nor in .pdf";
+    return picture::is_picture_path(path) ? std::string()
+                                          : "'" + path + "' ends neither in .png nor in .svg nor in .pdf";
 }
 
 // The file records its settings with six digits. Taking no more makes the recorded command repeat the analysis.

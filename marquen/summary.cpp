@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "gabarit/gabarit_reader.h"
+#include "gabarit/reader.h"
 
 namespace marquen {
 
@@ -71,7 +71,7 @@ std::string error_line(const std::string& text, const options& chosen)
     const auto names = [&](const std::string& path) { return text.find("'" + path + "'") != std::string::npos; };
     const bool names_file =
         names(chosen.similarity) || names(chosen.picture) || std::ranges::any_of(chosen.input, names);
-    return showable((names_file ? "" : chosen.input.front() + ": ") + on_one_line(text));
+    return gabarit::showable((names_file ? "" : chosen.input.front() + ": ") + on_one_line(text));
 }
 
 } // namespace marquen

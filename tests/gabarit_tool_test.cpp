@@ -12,17 +12,23 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "gabarit/box_average.h"
-#include "gabarit/color_table.h"
-#include "gabarit/commands.h"
 #include "gabarit/draw_gabarit.h"
-#include "gabarit/gabarit_reader.h"
-#include "gabarit/time_ticks.h"
+#include "gabarit/reader.h"
+#include "gabarit/verify.h"
+#include "picture/box_average.h"
+#include "picture/color_table.h"
+#include "picture/time_ticks.h"
 #include "similarity/write_gabarit.h"
 #include "tests/support/files.h"
 
 namespace {
 
+using picture::box_average;
+using picture::color_map;
+using picture::color_table;
+using picture::picture_options;
+using picture::time_tick;
+using picture::time_ticks;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -66,7 +72,7 @@ void write_example(const std::string& path, int n)
 std::string fault_of(const std::string& path)
 {
     try {
-        verify_gabarit(path);
+        gabarit::verify(path);
     } catch (const Quillon::FormatError& error) {
         EXPECT_LE(error.offset, std::filesystem::file_size(path));
         return error.what();
@@ -80,16 +86,16 @@ TEST(Gabarit, ReadsWhatIsWritten)
     for (const int n : {0, 1, 2, 60}) {
         SCOPED_TRACE(n);
         write_example(folder.path("g.sdif"), n);
-        EXPECT_EQ(verify_gabarit(folder.path("g.sdif")), n);
-        gabarit_reader reader(folder.path("g.sdif"));
+        EXPECT_EQ(gabarit::verify(folder.path("g.sdif")), n);
+        gabarit::reader reader(folder.path("g.sdif"));
         EXPECT_EQ(reader.size(), n);
         EXPECT_EQ(reader.info().sample_rate_hz, 44100.0);
         EXPECT_EQ(reader.info().channels, 2.0);
         EXPECT_EQ(reader.value("Soundfile"), "/sounds/täglich.wav");
         EXPECT_EQ(reader.value("Command"), command);
-        const gabarit_settings s = reader.settings();
+        const gabarit::settings s = reader.made_with();
         EXPECT_EQ(s.features + s.modeling + s.modeling_window + s.modeling_step, "harmofft1.50.25");
-        gabarit_column column{};
+        gabarit::column column{};
         for (int i = 0; i < n; ++i) {
             ASSERT_TRUE(reader.next_column(column));
             EXPECT_EQ(column.time_seconds, time_of(i));
@@ -243,11 +249,11 @@ TEST(ColorTable, RisesEvenlyInBrightness)
 }
 
 // The pixels of a PNG, 0xRRGGBB, from the top left corner.
-struct picture {
+struct png {
     int width, height;
     std::vector<std::uint32_t> pixels;
 
-    explicit picture(const std::string& path)
+    explicit png(const std::string& path)
     {
         cairo_surface_t* const image = cairo_image_surface_create_from_png(path.c_str());
         width = cairo_image_surface_get_width(image);
@@ -265,8 +271,8 @@ TEST(Picture, IsPlainCellByCell)
     const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
     write_example(file, 60);
     for (const auto origin : {picture_options::origin::bottom, picture_options::origin::top}) {
-        draw_gabarit(file, out, {origin, color_map::inverted, 0, true});
-        const picture drawn(out);
+        gabarit::draw(file, out, {origin, color_map::inverted, 0, true});
+        const png drawn(out);
         ASSERT_EQ(drawn.width, 60);
         ASSERT_EQ(drawn.height, 60);
         for (int x = 0; x < 60; ++x)
@@ -275,9 +281,9 @@ TEST(Picture, IsPlainCellByCell)
                 ASSERT_EQ(drawn.at(x, y), 0x010101u * (255u - similarity_of(x, row)));
             }
     }
-    draw_gabarit(file, out, {picture_options::origin::bottom, color_map::gray, 30, true});
-    EXPECT_EQ(picture(out).width, 30);
-    EXPECT_EQ(picture(out).at(5, 29 - 20), 0x010101u * 200);
+    gabarit::draw(file, out, {picture_options::origin::bottom, color_map::gray, 30, true});
+    EXPECT_EQ(png(out).width, 30);
+    EXPECT_EQ(png(out).at(5, 29 - 20), 0x010101u * 200);
 }
 
 TEST(Picture, HasTheSizeAskedForAndEachCellInItsPlace)
@@ -286,11 +292,11 @@ TEST(Picture, HasTheSizeAskedForAndEachCellInItsPlace)
     const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
     write_example(file, 60);
     for (const int size : {100, 333, 1000}) {
-        draw_gabarit(file, out, {picture_options::origin::bottom, color_map::gray, size, false});
-        EXPECT_EQ(picture(out).width, size);
-        EXPECT_EQ(picture(out).height, size);
+        gabarit::draw(file, out, {picture_options::origin::bottom, color_map::gray, size, false});
+        EXPECT_EQ(png(out).width, size);
+        EXPECT_EQ(png(out).height, size);
     }
-    const picture drawn(out);
+    const png drawn(out);
     const double left = 102.0, bottom = 899.0, side = 792.0; // of the square on a page of 1000
     const auto cell = [&](int column, int row) {
         return drawn.at(static_cast<int>(left + (column + 0.5) / 60.0 * side),

@@ -19,7 +19,7 @@
 #include "audio/file_obj.h"
 #include "fuzz/faults/fault_plan.h"
 #include "fuzz/faults/forked_job.h"
-#include "gabarit/commands.h"
+#include "gabarit/verify.h"
 #include "tests/support/files.h"
 #include "tests/support/sound.h"
 
@@ -40,7 +40,7 @@ std::int64_t stride()
 int verified_size(const std::string& path)
 {
     try {
-        return verify_gabarit(path);
+        return gabarit::verify(path);
     } catch (const std::exception&) {
         return -1;
     }

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "gabarit/commands.h"
+#include "gabarit/verify.h"
 #include "tests/support/files.h"
 #include "tests/support/job.h"
 #include "tests/support/sound.h"
@@ -37,7 +37,7 @@ protected:
         process_handle* const job = start_job(sound, output, features, modeling);
         const process_state state = wait_for_end(job);
         EXPECT_EQ(getErrorMessage(job), message);
-        EXPECT_EQ(state == process_finished ? verify_gabarit(output) : -1, n);
+        EXPECT_EQ(state == process_finished ? gabarit::verify(output) : -1, n);
         shutdown(job);
     }
 

@@ -6,16 +6,18 @@
 #include <string>
 #include <string_view>
 
+namespace picture {
+
 /// A file that appears under its name only when it is whole: it is written beside, then renamed. What isn't
 /// committed is removed.
-class atomic_file {
+class whole_file {
 public:
     /// @throws std::system_error if nothing can be written there; std::runtime_error if something stands there that
     ///         is no regular file
-    explicit atomic_file(const std::string& path);
-    ~atomic_file();
+    explicit whole_file(const std::string& path);
+    ~whole_file();
 
-    /// @return false if a write failed, this one or one before; `commit` then tells why
+    /// @return false if a write failed, this one or one before; `commit` then throws the reason
     bool write(const void* bytes, std::size_t count);
     bool write(std::string_view text) { return write(text.data(), text.size()); }
 
@@ -31,3 +33,5 @@ private:
     std::unique_ptr<std::FILE, closer> file_;
     int error_ = 0; // errno of the first failed write
 };
+
+} // namespace picture

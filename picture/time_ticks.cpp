@@ -1,10 +1,12 @@
-#include "gabarit/time_ticks.h"
+#include "picture/time_ticks.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+
+namespace picture {
 
 namespace {
 
@@ -87,3 +89,5 @@ std::vector<time_tick> time_ticks(double begin, double end, int most)
     }
     return ticks;
 }
+
+} // namespace picture

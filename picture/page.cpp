@@ -1,4 +1,4 @@
-#include "gabarit/page.h"
+#include "picture/page.h"
 
 #include <algorithm>
 #include <array>
@@ -8,8 +8,10 @@
 #include <numbers>
 #include <string>
 
-#include "gabarit/color_table.h"
-#include "gabarit/time_ticks.h"
+#include "picture/color_table.h"
+#include "picture/time_ticks.h"
+
+namespace picture {
 
 namespace {
 
@@ -62,7 +64,7 @@ public:
         plot_ = {std::round(left_of * em_), std::round(above * em_ + slack / 2.0), side, side};
     }
 
-    void draw(const averaged_square& square, const picture_options& options);
+    void draw(const square& drawn, const picture_options& options);
 
 private:
     enum class alignment { left, center, right };
@@ -74,8 +76,8 @@ private:
     std::string shortened(std::string words, double room);
     void line(double x, double y, double dx, double dy);
     void frame(const box& place);
-    void titles(const averaged_square& square);
-    void time_axes(const averaged_square& square, bool from_top);
+    void titles(const square& drawn);
+    void time_axes(const square& drawn, bool from_top);
     void color_scale(color_map map);
 
     cairo_t* cairo_;
@@ -139,24 +141,24 @@ void page::frame(const box& place)
     cairo_stroke(cairo_);
 }
 
-void page::titles(const averaged_square& square)
+void page::titles(const square& drawn)
 {
     const double center = plot_.x + plot_.width / 2.0;
     const double room = 2.0 * std::min(center, size_ - center) - em_;
     font(1.4, CAIRO_FONT_WEIGHT_BOLD);
-    text(shortened(square.title, room), center, plot_.y - 2.4 * em_, alignment::center);
+    text(shortened(drawn.title, room), center, plot_.y - 2.4 * em_, alignment::center);
     font(1.0, CAIRO_FONT_WEIGHT_NORMAL);
-    text(shortened(square.subtitle, room), center, plot_.y - 0.9 * em_, alignment::center);
+    text(shortened(drawn.subtitle, room), center, plot_.y - 0.9 * em_, alignment::center);
 }
 
-void page::time_axes(const averaged_square& square, bool from_top)
+void page::time_axes(const square& drawn, bool from_top)
 {
     const double bottom = plot_.y + plot_.height;
     const double half_height = 0.36 * em_; // of a digit
-    const double span = square.end_seconds - square.begin_seconds;
+    const double span = drawn.end_seconds - drawn.begin_seconds;
     const int most_labels = std::max(2, static_cast<int>(plot_.width / (5.0 * em_)));
-    for (const time_tick& tick : time_ticks(square.begin_seconds, square.end_seconds, most_labels)) {
-        const double along = (tick.seconds - square.begin_seconds) / span * plot_.width;
+    for (const time_tick& tick : time_ticks(drawn.begin_seconds, drawn.end_seconds, most_labels)) {
+        const double along = (tick.seconds - drawn.begin_seconds) / span * plot_.width;
         const double x = plot_.x + along;
         const double y = from_top ? plot_.y + along : bottom - along;
         const double length = (tick.label.empty() ? 0.25 : 0.5) * em_;
@@ -165,7 +167,7 @@ void page::time_axes(const averaged_square& square, bool from_top)
         text(tick.label, x, bottom + 1.6 * em_, alignment::center);
         text(tick.label, plot_.x - 0.75 * em_, y + half_height, alignment::right);
     }
-    const std::string name = square.end_seconds >= 3600.0 ? "time (h:min:s)" : "time (min:s)";
+    const std::string name = drawn.end_seconds >= 3600.0 ? "time (h:min:s)" : "time (min:s)";
     text(name, plot_.x + plot_.width / 2.0, bottom + 3.2 * em_, alignment::center);
     upward_text(name, plot_.x - 5.2 * em_, plot_.y + plot_.height / 2.0);
 }
@@ -186,32 +188,32 @@ void page::color_scale(color_map map)
     upward_text("similarity", right + 3.7 * em_, bar.y + bar.height / 2.0);
 }
 
-void page::draw(const averaged_square& square, const picture_options& options)
+void page::draw(const square& drawn, const picture_options& options)
 {
     cairo_set_source_rgb(cairo_, 1.0, 1.0, 1.0);
     cairo_paint(cairo_);
     cairo_set_source_rgb(cairo_, 0.0, 0.0, 0.0);
     cairo_set_line_width(cairo_, std::max(1.0, em_ / 14.0));
-    titles(square);
-    if (square.cells > 0)
-        draw_image(cairo_, square_image(square, options).get(), plot_);
+    titles(drawn);
+    if (drawn.cells > 0)
+        draw_image(cairo_, square_image(drawn, options).get(), plot_);
     else
         text("no frames", plot_.x + plot_.width / 2.0, plot_.y + plot_.height / 2.0, alignment::center);
     frame(plot_);
-    time_axes(square, options.begins_at == picture_options::origin::top);
+    time_axes(drawn, options.begins_at == picture_options::origin::top);
     color_scale(options.colors);
 }
 
 } // namespace
 
-surface_ptr square_image(const averaged_square& square, const picture_options& options)
+surface_ptr square_image(const square& drawn, const picture_options& options)
 {
     const std::array<std::uint32_t, 256> colors = color_table(options.colors);
     const bool from_top = options.begins_at == picture_options::origin::top;
-    const int side = square.pixels;
+    const int side = drawn.pixels;
     return make_image(side, side, [&](int x, int y) {
         const std::int64_t row = from_top ? y : side - 1 - y;
-        return colors[square.similarity[static_cast<std::size_t>(x * std::int64_t{side} + row)]];
+        return colors[drawn.similarity[static_cast<std::size_t>(x * std::int64_t{side} + row)]];
     });
 }
 
@@ -220,7 +222,9 @@ int square_side_on_page(int page_pixels)
     return static_cast<int>(page_pixels - std::max(left_of + right_of, above + below) * letter_size(page_pixels));
 }
 
-void draw_page(cairo_t* context, int page_pixels, const averaged_square& square, const picture_options& options)
+void draw_page(cairo_t* context, int page_pixels, const square& drawn, const picture_options& options)
 {
-    page(context, page_pixels).draw(square, options);
+    page(context, page_pixels).draw(drawn, options);
 }
+
+} // namespace picture

@@ -1,4 +1,4 @@
-#include "gabarit/gabarit_reader.h"
+#include "gabarit/reader.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,15 +9,15 @@
 
 #include "quillon/utf8.h"
 
+namespace gabarit {
+
 using Quillon::FormatError;
 using Quillon::FrameHeader;
 using Quillon::MatrixHeader;
-using Quillon::SdifStringToSignature;
+
+namespace layout = Quillon::gabarit_layout;
 
 namespace {
-
-constexpr std::uint32_t info_signature = SdifStringToSignature("IGBG");
-constexpr std::uint32_t data_signature = SdifStringToSignature("1GB0");
 
 std::ifstream open(const std::string& path)
 {
@@ -33,21 +33,21 @@ std::ifstream open(const std::string& path)
 
 } // namespace
 
-gabarit_reader::gabarit_reader(const std::string& path) : file_(open(path)), sdif_(file_)
+reader::reader(const std::string& path) : file_(open(path)), sdif_(file_)
 {
     read_until_info();
 }
 
-void gabarit_reader::read_until_info()
+void reader::read_until_info()
 {
     FrameHeader frame{};
     while (sdif_.next_frame(frame)) {
         check_time(frame);
         if (frame.signature == Quillon::table_signature)
             read_table();
-        else if (frame.signature == data_signature)
+        else if (frame.signature == layout::data.signature)
             throw FormatError(frame.offset, "no gabarit: data come before the information frame");
-        else if (frame.signature == info_signature && read_info_frame()) {
+        else if (frame.signature == layout::info.signature && read_info_frame()) {
             check_info(frame.offset);
             return;
         } else
@@ -72,13 +72,13 @@ std::string showable(std::string_view text)
 }
 
 // What isn't asked for must still be what the format allows.
-void gabarit_reader::skip_matrices()
+void reader::skip_matrices()
 {
     MatrixHeader matrix{};
     while (sdif_.next_matrix(matrix)) {}
 }
 
-void gabarit_reader::read_table()
+void reader::read_table()
 {
     for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);)
         if (matrix.signature == Quillon::table_signature)
@@ -86,29 +86,30 @@ void gabarit_reader::read_table()
                 table_.push_back({showable(entry.name), showable(entry.value)});
 }
 
-// A frame of this type without its matrix tells nothing.
-bool gabarit_reader::read_info_frame()
+// A frame of this type without its matrix is none.
+bool reader::read_info_frame()
 {
     bool found = false;
     for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);) {
-        if (matrix.signature != info_signature)
+        if (matrix.signature != layout::info.signature)
             continue;
-        if (matrix.rows != 1 || matrix.columns != 5)
+        if (matrix.rows != 1 || matrix.columns != layout::info.columns.size())
             throw FormatError(matrix.offset + 8, "the information is no row of 5 numbers");
         const std::vector<double> numbers = sdif_.read_numbers();
-        info_ = {numbers[0], numbers[1], numbers[2], numbers[3], numbers[4]};
+        info_ = {numbers[layout::gabmode], numbers[layout::samplerate], numbers[layout::nchannels],
+                 numbers[layout::fftsize], numbers[layout::numframes]};
         found = true;
     }
     return found;
 }
 
-void gabarit_reader::check_info(std::uint64_t offset)
+void reader::check_info(std::uint64_t offset)
 {
     constexpr double most_frames = 1 << 24; // a float32 counts no further
     const double count = info_.frame_count;
     if (!(count >= 0.0 && count <= most_frames) || count != std::floor(count))
         throw FormatError(offset, "the information frame gives no usable number of frames");
-    if (info_.fft_size != std::max(0.0, 2.0 * count - 2.0))
+    if (info_.fft_size != static_cast<double>(layout::fft_size(std::llround(count))))
         throw FormatError(offset, "no gabarit of a sound with itself: the frames don't have as many values as there "
                                   "are frames");
     size_ = static_cast<int>(count);
@@ -119,16 +120,16 @@ void gabarit_reader::check_info(std::uint64_t offset)
                                       " bytes follow");
 }
 
-std::string gabarit_reader::value(const std::string& name) const
+std::string reader::value(const std::string& name) const
 {
     const auto entry = std::ranges::find(table_, name, &Quillon::NameValue::name);
     return entry == table_.end() ? std::string() : entry->value;
 }
 
-gabarit_settings gabarit_reader::settings() const
+settings reader::made_with() const
 {
     // Paths stand ahead of the settings and may hold anything: the last option of a name is the right one.
-    const std::string command = value("Command");
+    const std::string command = value(layout::command_name);
     const auto option = [&](const std::string& name) -> std::string {
         const std::size_t begin = command.rfind(" --" + name + " ");
         if (begin == std::string::npos)
@@ -141,14 +142,14 @@ gabarit_settings gabarit_reader::settings() const
 }
 
 // Equal times are allowed to frames of different types.
-void gabarit_reader::check_time(const FrameHeader& frame)
+void reader::check_time(const FrameHeader& frame)
 {
     if (!std::isfinite(frame.time) || frame.time < last_frame_time_)
         throw FormatError(frame.offset + 8, "the times of the frames don't ascend");
     last_frame_time_ = frame.time;
 }
 
-bool gabarit_reader::next_column(gabarit_column& column)
+bool reader::next_column(column& read)
 {
     FrameHeader frame{};
     bool is_column = false;
@@ -160,7 +161,7 @@ bool gabarit_reader::next_column(gabarit_column& column)
             return false;
         }
         check_time(frame);
-        is_column = frame.signature == data_signature && frame.stream == 0;
+        is_column = frame.signature == layout::data.signature && frame.stream == layout::data_stream;
         if (!is_column)
             skip_matrices();
     }
@@ -169,28 +170,30 @@ bool gabarit_reader::next_column(gabarit_column& column)
         throw FormatError(frame.offset, "there are more frames than the " + std::to_string(size_) + " announced");
     if (frame.time == last_column_time_)
         throw FormatError(frame.offset + 8, "two frames have the same time");
-    column.offset = frame.offset;
-    column.time_seconds = last_column_time_ = frame.time;
-    read_data_frame(column);
+    read.offset = frame.offset;
+    read.time_seconds = last_column_time_ = frame.time;
+    read_data_frame(read);
     ++columns_read_;
     return true;
 }
 
-void gabarit_reader::read_data_frame(gabarit_column& column)
+void reader::read_data_frame(column& read)
 {
     bool found = false;
     for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);) {
-        if (matrix.signature != data_signature)
+        if (matrix.signature != layout::data.signature)
             continue;
-        if (matrix.type != Quillon::DataType::uint8)
+        if (matrix.type != layout::data.type)
             throw FormatError(matrix.offset + 4, "the similarities are no bytes");
-        if (matrix.rows != static_cast<std::uint32_t>(size_) || matrix.columns != 1)
+        if (matrix.rows != static_cast<std::uint32_t>(size_) || matrix.columns != layout::data.columns.size())
             throw FormatError(matrix.offset + 8, "a frame has " + std::to_string(matrix.rows) + " by " +
                                                      std::to_string(matrix.columns) + " values instead of " +
                                                      std::to_string(size_) + " by 1");
-        sdif_.read_bytes(column.similarity);
+        sdif_.read_bytes(read.similarity);
         found = true;
     }
     if (!found)
-        throw FormatError(column.offset, "a frame has no similarities");
+        throw FormatError(read.offset, "a frame has no similarities");
 }
+
+} // namespace gabarit

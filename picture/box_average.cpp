@@ -1,7 +1,9 @@
-#include "gabarit/box_average.h"
+#include "picture/box_average.h"
 
 #include <algorithm>
 #include <cstddef>
+
+namespace picture {
 
 namespace {
 
@@ -57,3 +59,5 @@ void box_average::finish_column()
         sum = 0;
     }
 }
+
+} // namespace picture

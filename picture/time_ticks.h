@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+namespace picture {
+
 struct time_tick {
     double seconds;
     std::string label; ///< minutes and seconds, with hours if the axis reaches one; empty for a tick between two
@@ -13,3 +15,5 @@ struct time_tick {
 /// @param most        labels that have room, 2 or more
 /// @return none if the times are no ordinary ones: equal, or beyond 1e9 seconds
 std::vector<time_tick> time_ticks(double begin, double end, int most);
+
+} // namespace picture

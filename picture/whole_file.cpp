@@ -1,4 +1,4 @@
-#include "gabarit/atomic_file.h"
+#include "picture/whole_file.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -6,6 +6,8 @@
 #include <system_error>
 
 #include <unistd.h>
+
+namespace picture {
 
 namespace fs = std::filesystem;
 
@@ -29,7 +31,7 @@ std::string file_to_replace(const std::string& path)
 
 } // namespace
 
-atomic_file::atomic_file(const std::string& path)
+whole_file::whole_file(const std::string& path)
     : path_(file_to_replace(path)), part_path_(path_ + ".part" + std::to_string(getpid())),
       file_(std::fopen(part_path_.c_str(), "wbx"))
 {
@@ -37,20 +39,20 @@ atomic_file::atomic_file(const std::string& path)
         refuse(path_, errno);
 }
 
-atomic_file::~atomic_file()
+whole_file::~whole_file()
 {
     if (!part_path_.empty())
         std::remove(part_path_.c_str());
 }
 
-bool atomic_file::write(const void* bytes, std::size_t count)
+bool whole_file::write(const void* bytes, std::size_t count)
 {
     if (error_ == 0 && std::fwrite(bytes, 1, count, file_.get()) != count)
         error_ = errno;
     return error_ == 0;
 }
 
-void atomic_file::commit()
+void whole_file::commit()
 {
     if (std::fclose(file_.release()) != 0 && error_ == 0)
         error_ = errno;
@@ -60,3 +62,5 @@ void atomic_file::commit()
         refuse(path_, error_);
     part_path_.clear();
 }
+
+} // namespace picture

@@ -1,9 +1,11 @@
-#include "gabarit/color_table.h"
+#include "picture/color_table.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <numbers>
+
+namespace picture {
 
 namespace {
 
@@ -47,3 +49,5 @@ std::array<std::uint32_t, 256> color_table(color_map map)
     }
     return colors;
 }
+
+} // namespace picture

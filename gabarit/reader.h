@@ -6,10 +6,13 @@
 #include <string_view>
 #include <vector>
 
+#include "quillon/gabarit_layout.h"
 #include "quillon/sdif_reader.h"
 
-/// What the information frame tells.
-struct gabarit_info {
+namespace gabarit {
+
+/// What the information frame holds.
+struct information {
     double mode;
     double sample_rate_hz; ///< of the sound's file
     double channels;       ///< of the sound's file
@@ -17,14 +20,14 @@ struct gabarit_info {
     double frame_count;    ///< n
 };
 
-/// How the gabarit was made, in the words of its command; empty where that doesn't tell.
-struct gabarit_settings {
+/// How the gabarit was made, in the words of its command; empty where that has none.
+struct settings {
     std::string features, modeling;
     std::string modeling_window, modeling_step; ///< seconds
 };
 
 /// One data frame: how alike its moment is to every moment of the sound.
-struct gabarit_column {
+struct column {
     std::uint64_t offset; ///< of the frame in its file
     double time_seconds;
     std::vector<unsigned char> similarity; ///< n values, 255: the same
@@ -35,18 +38,18 @@ std::string showable(std::string_view text);
 
 /// Reads a gabarit from its start to its end, column by column, so that its size is no matter.
 /// Every function throws Quillon::FormatError where the file is no whole gabarit.
-class gabarit_reader {
+class reader {
 public:
     /// Reads all up to the information frame.
     /// @throws std::runtime_error if the file can't be opened
-    explicit gabarit_reader(const std::string& path);
-    gabarit_reader(const gabarit_reader&) = delete;
-    gabarit_reader& operator=(const gabarit_reader&) = delete;
+    explicit reader(const std::string& path);
+    reader(const reader&) = delete;
+    reader& operator=(const reader&) = delete;
 
     /// Number of columns, and of values in each. The file has room for their square.
     int size() const { return size_; }
 
-    const gabarit_info& info() const { return info_; }
+    const information& info() const { return info_; }
 
     /// Entries of the name-value tables, made showable.
     const std::vector<Quillon::NameValue>& table() const { return table_; }
@@ -54,11 +57,14 @@ public:
     /// The value of that name, empty if there is none.
     std::string value(const std::string& name) const;
 
-    gabarit_settings settings() const;
+    /// Path of the sound as it was given, empty if unknown.
+    std::string sound() const { return value(Quillon::gabarit_layout::sound_name); }
+
+    settings made_with() const;
 
     /// Reads the next column.
     /// @return false after the last one, at the file's end
-    bool next_column(gabarit_column& column);
+    bool next_column(column& read);
 
 private:
     void read_until_info();
@@ -67,14 +73,16 @@ private:
     bool read_info_frame();
     void check_info(std::uint64_t offset);
     void check_time(const Quillon::FrameHeader& frame);
-    void read_data_frame(gabarit_column& column);
+    void read_data_frame(column& read);
 
     std::ifstream file_;
     Quillon::SDIFReader sdif_;
     std::vector<Quillon::NameValue> table_;
-    gabarit_info info_{};
+    information info_{};
     int size_ = 0;
     int columns_read_ = 0;
     double last_frame_time_ = Quillon::header_frame_time;
     double last_column_time_ = Quillon::header_frame_time;
 };
+
+} // namespace gabarit

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+namespace picture {
+
 /// Brings a square of n by n bytes to another size: a pixel is the mean of the cells under it, each by its area.
 /// The cells come column by column, so only the result is held.
 class box_average {
@@ -27,3 +29,5 @@ private:
     std::vector<std::uint64_t> sums_;    // of the pixels' column that is being filled
     std::vector<unsigned char> result_;
 };
+
+} // namespace picture
