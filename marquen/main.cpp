@@ -7,10 +7,10 @@
 
 #include "gabarit/draw_gabarit.h"
 #include "marquen/job.h"
-#include "marquen/job_plan.h"
 #include "marquen/options.h"
-#include "marquen/sound_shape.h"
 #include "marquen/summary.h"
+#include "plan/job_plan.h"
+#include "plan/sound_shape.h"
 
 namespace {
 
@@ -29,15 +29,25 @@ summary::outcome analyse(const marquen::options& chosen)
 }
 
 // What the job will take; nothing where the input allows no look.
-std::optional<marquen::job_plan> plan(const marquen::options& chosen)
+std::optional<plan::job_plan> plan_of(const marquen::options& chosen)
 {
-    const std::optional<marquen::sound_shape> sound = marquen::look_at_input(chosen.input);
+    const std::optional<plan::sound_shape> sound = plan::look_at_input(chosen.input);
     if (!sound) {
         if (chosen.plan)
             throw std::runtime_error("can be read only once: copy the sound to a file to plan its job");
         return {};
     }
-    return marquen::plan_job(*sound, chosen);
+    return plan::plan_job(*sound, chosen.features, chosen.modeling, chosen.modeling_step);
+}
+
+void check_memory(const plan::job_plan& job, const marquen::options& chosen)
+{
+    if (job.memory_bytes <= chosen.max_memory)
+        return;
+    throw std::runtime_error("the job (n = " + std::to_string(job.moments) + ") needs about " +
+                             plan::readable_size(job.memory_bytes) + " of memory, of which " +
+                             plan::readable_size(chosen.max_memory) +
+                             " may be used: take a longer --window_grid_hop or a shorter sound, or raise --max_memory");
 }
 
 summary run(const marquen::options& chosen)
@@ -45,9 +55,9 @@ summary run(const marquen::options& chosen)
     const auto start = std::chrono::steady_clock::now();
     summary done;
     try {
-        done.plan = plan(chosen);
+        done.plan = plan_of(chosen);
         if (done.plan && !chosen.plan)
-            marquen::check_memory(*done.plan, chosen);
+            check_memory(*done.plan, chosen);
         done.state = chosen.plan ? summary::planned : analyse(chosen);
         if (done.state == summary::canceled)
             done.error = marquen::error_line("canceled", chosen);
@@ -80,7 +90,7 @@ int main(int argc, char** argv)
     if (chosen->json)
         std::cout << to_json(done, *chosen) << '\n';
     else if (done.state == summary::planned)
-        std::cout << to_text(*done.plan) << '\n';
+        std::cout << marquen::to_text(*done.plan) << '\n';
     if (!std::cout.flush()) {
         std::cerr << "marquen: the standard output can't be written\n";
         return 1;

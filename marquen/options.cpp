@@ -10,8 +10,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "marquen/free_memory.h"
 #include "picture/picture.h"
+#include "plan/free_memory.h"
 
 namespace marquen {
 
@@ -131,7 +131,7 @@ std::optional<options> parse_options(int argc, const char* const* argv, int& sta
     options chosen{};
     veloria::getDefaultSettings(chosen.features, chosen.modeling, chosen.modeling_window, chosen.modeling_step);
     setting_words words{features_words[chosen.features], modeling_words[chosen.modeling], "grid"};
-    chosen.max_memory = free_memory();
+    chosen.max_memory = plan::free_memory();
     CLI::App app("Shows the musical structure of a sound: writes its gabarit, a picture of how alike every moment "
                  "is to every other.",
                  "marquen");

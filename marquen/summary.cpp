@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "gabarit/reader.h"
+#include "plan/free_memory.h"
 
 namespace marquen {
 
@@ -48,22 +49,25 @@ std::string to_json(const summary& run, const options& chosen)
         {"seconds_of_sound", nullptr},
         {"seconds_of_work", run.work_seconds},
         {"memory_bytes", nullptr},
+        {"memory_bytes_used", nullptr},
         {"file_bytes", nullptr},
     };
     if (run.plan) {
-        object["n"] = run.plan->rows;
+        object["n"] = run.plan->moments;
         object["seconds_of_sound"] = run.plan->sound_seconds;
         object["memory_bytes"] = run.plan->memory_bytes;
         object["file_bytes"] = run.plan->file_bytes;
     }
+    if (run.state == summary::finished)
+        object["memory_bytes_used"] = plan::peak_memory();
     // A path need not be UTF-8; JSON must be.
     return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
-std::string to_text(const job_plan& plan)
+std::string to_text(const plan::job_plan& job)
 {
-    return "n       " + std::to_string(plan.rows) + "\nmemory  about " + readable_size(plan.memory_bytes) +
-           "\nfile    about " + readable_size(plan.file_bytes);
+    return "n       " + std::to_string(job.moments) + "\nmemory  about " + plan::readable_size(job.memory_bytes) +
+           "\nfile    about " + plan::readable_size(job.file_bytes);
 }
 
 std::string error_line(const std::string& text, const options& chosen)

@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
-namespace marquen {
+namespace plan {
 
-/// What the header of a sound file announces.
+/// What the headers of a sound's files announce.
 struct sound_shape {
     int rate_hz;
     std::int64_t frames;
+    std::vector<int> channels; ///< of each file
 
     double seconds() const { return static_cast<double>(frames) / rate_hz; }
 };
@@ -21,4 +22,4 @@ struct sound_shape {
 ///         a length that is unknown or beyond what can be analysed, files that don't fit together
 std::optional<sound_shape> look_at_input(const std::vector<std::string>& paths);
 
-} // namespace marquen
+} // namespace plan

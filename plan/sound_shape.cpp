@@ -1,4 +1,4 @@
-#include "marquen/sound_shape.h"
+#include "plan/sound_shape.h"
 
 #include <filesystem>
 #include <limits>
@@ -7,7 +7,7 @@
 
 #include <sndfile.h>
 
-namespace marquen {
+namespace plan {
 
 namespace {
 
@@ -28,7 +28,7 @@ sound_shape shape_of(const std::string& path)
     const std::unique_ptr<SNDFILE, decltype(&sf_close)> file(sf_open(path.c_str(), SFM_READ, &info), sf_close);
     if (file == nullptr)
         throw std::runtime_error("error opening file '" + path + "': " + sf_strerror(nullptr));
-    return {info.samplerate, info.frames};
+    return {info.samplerate, info.frames, {info.channels}};
 }
 
 void check_length(const std::string& path, std::int64_t frames)
@@ -62,12 +62,14 @@ std::optional<sound_shape> look_at_input(const std::vector<std::string>& paths)
             return {};
         const sound_shape shape = shape_of(paths[i]);
         check_length(paths[i], shape.frames);
-        if (first)
-            check_fit(paths, i, *first, shape);
-        else
+        if (!first) {
             first = shape;
+            continue;
+        }
+        check_fit(paths, i, *first, shape);
+        first->channels.push_back(shape.channels[0]);
     }
     return first;
 }
 
-} // namespace marquen
+} // namespace plan
