@@ -11,7 +11,6 @@
 #include <cstring>
 #include <span>
 #include <string>
-#include <vector>
 
 /// Ends the process, for the fuzzer to see, where a law doesn't hold.
 #define EXPECT_LAW(condition)           \
@@ -48,28 +47,17 @@ public:
 
     const std::string& path() const { return name; }
 
-    void fill(std::span<const std::uint8_t> bytes) const
+    void fill(std::span<const std::uint8_t> bytes, const std::string& header = {}) const
     {
         EXPECT_LAW(ftruncate(descriptor, 0) == 0);
-        EXPECT_LAW(pwrite(descriptor, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
+        EXPECT_LAW(pwrite(descriptor, header.data(), header.size(), 0) == std::ssize(header));
+        EXPECT_LAW(pwrite(descriptor, bytes.data(), bytes.size(), std::ssize(header)) == std::ssize(bytes));
     }
 
 private:
     int descriptor;
     std::string name;
 };
-
-/// An AU file.
-inline std::vector<std::uint8_t> au_file(std::uint32_t encoding, std::uint32_t rate_hz, std::uint32_t channels,
-                                         std::span<const std::uint8_t> samples)
-{
-    std::vector<std::uint8_t> bytes{'.', 's', 'n', 'd'};
-    for (const std::uint32_t word : {24U, static_cast<std::uint32_t>(samples.size()), encoding, rate_hz, channels})
-        for (int shift = 24; shift >= 0; shift -= 8)
-            bytes.push_back(static_cast<std::uint8_t>(word >> shift));
-    bytes.insert(bytes.end(), samples.begin(), samples.end());
-    return bytes;
-}
 
 /// What libFuzzer calls, or the replay of kept inputs.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "fuzz/input.h"
+#include "tests/support/au_header.h"
 #include "tests/support/job.h"
 
 namespace {
@@ -108,7 +109,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         std::vector<std::uint8_t> samples(8000); // most of a second of 8 bits
         for (std::size_t i = 0; i < samples.size(); ++i)
             samples[i] = static_cast<std::uint8_t>(i * i / 100);
-        sound.fill(au_file(2, 11025, 1, samples));
+        sound.fill(samples, au_header(8000, 2, 11025, 1));
         return true;
     }();
     EXPECT_LAW(filled);

@@ -5,6 +5,7 @@
 
 #include "fuzz/input.h"
 #include "gabarit/verify.h"
+#include "tests/support/au_header.h"
 #include "tests/support/job.h"
 
 namespace {
@@ -35,7 +36,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     // So is a modulation spectrum over hours.
     if (modeling == fft && window > 100.0 && window < 1e12)
         return 0;
-    sound.fill(au_file(encoding, rate_hz, channels, samples));
+    sound.fill(samples, au_header(static_cast<std::uint32_t>(samples.size()), encoding, rate_hz, channels));
     const bool refused = window <= 0.0 || step <= 0.0;
     try {
         process_handle* const job = start_job(sound.path(), gabarit.path(), features, modeling, window, step);

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <string>
+
+#include "tests/support/au_header.h"
 
 /// A sound that comes through a pipe: the worker of its job stands still in its first read until the rest is fed.
 class PipedSound {
@@ -12,12 +15,7 @@ public:
     explicit PipedSound(int frame_count = 30000) : frames(frame_count)
     {
         EXPECT_EQ(pipe(ends), 0);
-        // AU: magic, header size, data size, 16-bit linear, rate, channels, annotation
-        const unsigned header[] = {0x2e736e64, 28, static_cast<unsigned>(2 * frames), 3, 11025, 1, 0};
-        for (const unsigned word : header)
-            for (int shift = 24; shift >= 0; shift -= 8)
-                bytes.push_back(static_cast<char>(word >> shift));
-        EXPECT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        send(au_header(static_cast<std::uint32_t>(2 * frames), 3, 11025, 1));
     }
     PipedSound(const PipedSound&) = delete;
     PipedSound& operator=(const PipedSound&) = delete;
@@ -30,12 +28,16 @@ public:
         std::string data;
         for (int i = 0; i < 2 * frames; ++i)
             data.push_back(static_cast<char>(i % 251));
-        EXPECT_EQ(write(ends[1], data.data(), data.size()), static_cast<ssize_t>(data.size()));
+        send(data);
         close(ends[1]);
     }
 
 private:
+    void send(const std::string& bytes) const
+    {
+        EXPECT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+
     int frames;
     int ends[2] = {-1, -1};
-    std::string bytes;
 };

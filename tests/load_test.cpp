@@ -166,7 +166,7 @@ TEST_F(Load, LetsAnyJobBeCanceledAtAnyTime)
 {
     const int count = number_from("LOAD_JOBS", 64);
     run_alone(count);
-    std::mt19937 random(static_cast<unsigned>(testing::UnitTest::GetInstance()->random_seed()));
+    std::mt19937 random(1); // the same picks each time, so that a red run repeats
     std::vector<process_handle*> jobs;
     for (int i = 0; i < count; ++i)
         jobs.push_back(start("among", i));
