@@ -63,7 +63,7 @@ int checked_length(double length)
     return static_cast<int>(length);
 }
 
-int load_unchanged(mono_source& source, std::uint32_t frames, Vector<double>& output, progress_record& progress)
+int load_unchanged(mono_source& source, std::uint32_t frames, Vector<double>& output, const progress_record& progress)
 {
     output.resize(checked_length(frames));
     for (std::uint32_t position = 0; position < frames;) {
@@ -87,7 +87,7 @@ std::span<double> run_block(Resampler& resampler, std::uint32_t block, std::span
 }
 
 std::span<double> run_all_blocks(mono_source& source, std::uint32_t frames, Resampler& resampler,
-                                 std::span<double> room, progress_record& progress)
+                                 std::span<double> room, const progress_record& progress)
 {
     for (std::uint32_t position = 0; position < frames;) {
         const std::uint32_t block = std::min(frames - position, block_size);
@@ -102,7 +102,7 @@ std::span<double> run_all_blocks(mono_source& source, std::uint32_t frames, Resa
 // A sound whose samples would all be among those that the first run drops is run as one full block: the rest of the
 // fresh input area is zero.
 std::span<double> run_short_sound(mono_source& source, std::uint32_t frames, Resampler& resampler,
-                                  std::span<double> room, progress_record& progress)
+                                  std::span<double> room, const progress_record& progress)
 {
     source.read(0, frames, resampler.input_area());
     room = run_block(resampler, block_size, room);
@@ -112,7 +112,7 @@ std::span<double> run_short_sound(mono_source& source, std::uint32_t frames, Res
 
 // Returns the length of the sound; `output` may hold more.
 int load_resampled(mono_source& source, std::uint32_t frames, Resampler& resampler, Vector<double>& output,
-                   progress_record& progress)
+                   const progress_record& progress)
 {
     const filter_sizes& filter = resampler.sizes();
     const auto length_of = [&filter](double n) {
@@ -149,7 +149,7 @@ void adjust_level(double peak, bool clip, bool normalize, Vector<double>& sample
 }
 
 void load(AbstractReader& reader, double target_rate, bool clip, bool normalize, Vector<double>& output,
-          progress_record& progress)
+          const progress_record& progress)
 {
     const int rate = reader.sample_rate();
     const int channels = reader.channels();
@@ -158,18 +158,16 @@ void load(AbstractReader& reader, double target_rate, bool clip, bool normalize,
         throw std::runtime_error("the length of the sound is unknown");
     if (frames == 0) {
         output.resize(0);
-        progress.scale = progress.range;
         report_progress(progress, 1.0);
         return;
     }
-    progress.scale = progress.range / frames;
     mono_source source(reader, channels);
     int length;
     if (target_rate == rate) {
-        length = load_unchanged(source, frames, output, progress);
+        length = load_unchanged(source, frames, output, progress.counting(frames));
     } else {
         Resampler resampler(tavel::saturate_cast<int>(target_rate), rate);
-        length = load_resampled(source, frames, resampler, output, progress);
+        length = load_resampled(source, frames, resampler, output, progress.counting(frames));
     }
     // Only the flags ask for the peak. It is that of all samples made, also of a short sound's surplus.
     const double peak = clip || normalize ? largest_magnitude(output) : 0.0;
@@ -180,7 +178,7 @@ void load(AbstractReader& reader, double target_rate, bool clip, bool normalize,
 } // namespace
 
 void load_sound(AbstractReader& reader, double target_rate, bool clip, bool normalize, Vector<double>& output,
-                progress_record& progress)
+                const progress_record& progress)
 try {
     load(reader, target_rate, clip, normalize, output, progress);
 } catch (const std::bad_alloc& failure) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "audio/abstract_reader.h"
+#include "road/progress.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace corvane {
 
@@ -20,6 +20,6 @@ namespace corvane {
 /// @throws corvane::cancel_exception
 /// Without memory for it the process ends with status 1 and two lines on the standard error stream.
 void load_sound(AbstractReader& reader, double target_rate, bool clip, bool normalize, tavel::Vector<double>& output,
-                veloria::progress_record& progress);
+                const veloria::progress_record& progress);
 
 } // namespace corvane

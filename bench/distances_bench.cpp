@@ -17,7 +17,6 @@
 #include "tavel/tavel_dense_vector.h"
 #include "tests/support/plain_distances.h"
 #include "tests/support/progress.h"
-#include "veloria/progress.h"
 
 namespace {
 

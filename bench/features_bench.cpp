@@ -9,7 +9,6 @@
 #include <random>
 #include <vector>
 
-#include "features/analysis_costs.h"
 #include "features/extract_feature_streams.h"
 #include "features/harmonic.h"
 #include "features/mel_cepstrum.h"
@@ -281,12 +280,11 @@ BENCHMARK(harmonic)->Unit(benchmark::kMillisecond);
 void feature_streams(benchmark::State& state)
 {
     const tavel::Vector<double> samples = music(300);
-    const int features = static_cast<int>(state.range(0));
-    const veloria::analysis_costs costs = veloria::estimate_costs(features, 0, 1.0, 0.5);
+    const auto features = static_cast<veloria::feature_selection>(state.range(0));
     for (auto _ : state) {
         tavel::Slice<int> frames;
         tavel::Vector<tavel::Matrix<double>> streams;
-        veloria::extract_feature_streams(samples, rate_hz, features, costs, frames, streams, unread_progress());
+        veloria::extract_feature_streams(samples, rate_hz, features, frames, streams, unread_progress());
     }
     state.SetItemsProcessed(state.iterations() * 300);
 }

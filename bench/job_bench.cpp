@@ -18,15 +18,15 @@
 #include "audio/load_sound.h"
 #include "audio/make_reader.h"
 #include "features/extract_feature_streams.h"
+#include "features/standardize_columns.h"
 #include "modeling/model_streams.h"
+#include "modeling/reduce_components.h"
+#include "modeling/time_grid.h"
 #include "similarity/frame_distances.h"
 #include "similarity/quantise.h"
 #include "similarity/write_gabarit.h"
 #include "tavel/lapack.h"
 #include "tests/support/progress.h"
-#include "veloria/analysis_driver.h"
-#include "veloria/stage_weights.h"
-#include "veloria/time_grid.h"
 #include "veloria/veloria.h"
 
 namespace {
@@ -142,15 +142,18 @@ void stages(benchmark::State& state)
             tavel::Vector<double> samples;
             corvane::load_sound(*reader, veloria::analysis_rate, false, false, samples, unread_progress());
             state.counters["load"] = lap();
-            const auto costs = veloria::estimate_costs(veloria::mixed, veloria::mean, 1.0, 0.5);
+            const veloria::settings defaults;
             tavel::Slice<int> frame_slice;
             tavel::Vector<tavel::Matrix<double>> streams;
-            veloria::extract_feature_streams(samples, veloria::analysis_rate, veloria::mixed, costs, frame_slice,
-                                             streams, unread_progress());
+            veloria::extract_feature_streams(samples, veloria::analysis_rate, defaults.features, frame_slice, streams,
+                                             unread_progress());
+            veloria::standardize_columns(streams);
             state.counters["features"] = lap();
-            const auto grid = veloria::time_grid(reader->frames() / double(rate_hz), 0.5);
-            veloria::model_streams(streams, veloria::analysis_rate, frame_slice, grid, 1.0, veloria::mean, costs,
-                                   frame_times, scores, unread_progress());
+            const auto grid = veloria::time_grid(reader->frames() / double(rate_hz), defaults.step_seconds);
+            veloria::model_streams(streams, veloria::analysis_rate, frame_slice, grid, defaults, frame_times, scores,
+                                   unread_progress());
+            veloria::standardize_columns(scores);
+            veloria::reduce_components(scores, unread_progress());
             state.counters["modeling"] = lap();
         }
         tavel::Matrix<double> distance;

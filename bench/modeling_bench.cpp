@@ -44,14 +44,14 @@ void model_song(benchmark::State& state, MODEL model)
 
 void mean(benchmark::State& state)
 {
-    model_song(state, [](auto& stream, int width, auto& centers, auto&... out) {
+    model_song(state, [](auto& stream, int width, auto& centers, auto&&... out) {
         model_window_statistics(stream, width, centers, false, out...);
     });
 }
 
 void meanvar(benchmark::State& state)
 {
-    model_song(state, [](auto& stream, int width, auto& centers, auto&... out) {
+    model_song(state, [](auto& stream, int width, auto& centers, auto&&... out) {
         model_window_statistics(stream, width, centers, true, out...);
     });
 }
@@ -59,7 +59,7 @@ void meanvar(benchmark::State& state)
 void spectrum(benchmark::State& state)
 {
     model_song(state,
-               [](auto& stream, int width, auto&... rest) { model_spectrum(stream, frame_rate, width, rest...); });
+               [](auto& stream, int width, auto&&... rest) { model_spectrum(stream, frame_rate, width, rest...); });
 }
 
 void mph(benchmark::State& state)

@@ -1,13 +1,11 @@
 #include "features/extract_feature_streams.h"
 
-#include <array>
-#include <cstddef>
 #include <stdexcept>
 
+#include "features/framing.h"
 #include "features/harmonic.h"
 #include "features/mel_cepstrum.h"
 #include "features/octave_bands.h"
-#include "features/standardize_columns.h"
 #include "features/timbre.h"
 #include "features/transpose.h"
 
@@ -15,64 +13,59 @@ namespace veloria {
 
 namespace {
 
-struct feature_set {
-    int window;           // samples
-    int hop;              // samples
-    int timbre_streams;   // cepstrum and contrast come first
-    int harmonic_streams; // the pitch class stream comes last
-    double timbre_share;  // of the time that the features take
-    double harmonic_share;
-};
-
-constexpr std::array<feature_set, 3> feature_sets{{
-    {441, 147, 2, 0, 1.0, 0.0},  // timbre
-    {882, 294, 0, 1, 0.0, 1.0},  // harmo
-    {882, 294, 2, 1, 0.74, 0.26} // mixed
-}};
+// Share of the timbre in the work of a mixed selection; the harmony takes the rest.
+constexpr double timbre_share = 0.74;
 
 // The pitch classes' range covers the fundamentals of voices and of most instruments.
 constexpr double pitch_low_hz = 77.0;
 constexpr double pitch_high_hz = 1500.0;
 constexpr double pitch_floor_ratio = 0.001; // 30 dB
 
-void set_piece(progress_record& progress, double offset, double range)
+// Sizes the two streams and fills them.
+void extract_timbre_streams(const tavel::Vector<double>& samples, double sr, const framing& frames,
+                            tavel::Slice<int>& frame_slice, tavel::Matrix<double>& cepstrum,
+                            tavel::Matrix<double>& contrast, const progress_record& progress)
 {
-    progress.offset = offset;
-    progress.range = range;
-    progress.scale = 1.0;
+    frame_slice = tavel::Slice<int>(frames.half(), samples.size - 1 - frames.half(), frames.hop);
+    cepstrum.resize(frame_slice.count, cepstrum_size);
+    contrast.resize(frame_slice.count, 2 * octave_band_count);
+    extract_timbre(samples, sr, frames.window, frame_slice, cepstrum, &contrast, progress);
+}
+
+void extract_pitch_classes(const tavel::Vector<double>& samples, double sr, const framing& frames,
+                           tavel::Slice<int>& frame_slice, tavel::Matrix<double>& pitch_classes,
+                           const progress_record& progress)
+{
+    extract_harmonic(samples, sr, frames.window, frames.hop, pitch_low_hz, pitch_high_hz, pitch_floor_ratio,
+                     pitch_classes, frame_slice, progress);
+    transpose_in_place(pitch_classes);
 }
 
 } // namespace
 
-void extract_feature_streams(const tavel::Vector<double>& samples, double sr, int features, const analysis_costs& costs,
+void extract_feature_streams(const tavel::Vector<double>& samples, double sr, feature_selection features,
                              tavel::Slice<int>& frame_slice, tavel::Vector<tavel::Matrix<double>>& streams,
-                             progress_record& progress)
+                             const progress_record& progress)
 {
-    if (features < 0 || features >= static_cast<int>(feature_sets.size()))
-        throw std::logic_error("unexpected feature type");
-    const feature_set& set = feature_sets[static_cast<std::size_t>(features)];
-    streams.resize(set.timbre_streams + set.harmonic_streams);
-
-    const double offset = progress.offset;
-    const double range = progress.range;
-    const double budget = range * costs.features / (costs.features + costs.modeling + costs.reduction);
-    if (set.timbre_streams > 0) {
-        const int half = (set.window - 1) / 2;
-        frame_slice = tavel::Slice<int>(half, samples.size - 1 - half, set.hop);
-        streams[0].resize(frame_slice.count, cepstrum_size);
-        streams[1].resize(frame_slice.count, 2 * octave_band_count);
-        set_piece(progress, offset, budget * set.timbre_share);
-        extract_timbre(samples, sr, set.window, frame_slice, streams[0], &streams[1], progress);
+    const framing frames = framing_of(features);
+    switch (features) {
+    case feature_selection::timbre:
+        streams.resize(2);
+        extract_timbre_streams(samples, sr, frames, frame_slice, streams[0], streams[1], progress);
+        return;
+    case feature_selection::harmo:
+        streams.resize(1);
+        extract_pitch_classes(samples, sr, frames, frame_slice, streams[0], progress);
+        return;
+    case feature_selection::mixed:
+        streams.resize(3);
+        extract_timbre_streams(samples, sr, frames, frame_slice, streams[0], streams[1],
+                               progress.piece(0.0, timbre_share));
+        extract_pitch_classes(samples, sr, frames, frame_slice, streams[2],
+                              progress.piece(timbre_share, 1.0 - timbre_share));
+        return;
     }
-    if (set.harmonic_streams > 0) {
-        tavel::Matrix<double>& pitch_classes = streams[set.timbre_streams];
-        set_piece(progress, offset + budget * set.timbre_share, budget * set.harmonic_share);
-        extract_harmonic(samples, sr, set.window, set.hop, pitch_low_hz, pitch_high_hz, pitch_floor_ratio,
-                         pitch_classes, frame_slice, progress);
-        transpose_in_place(pitch_classes);
-    }
-    standardize_columns(streams);
-    set_piece(progress, offset + budget, range - budget);
+    throw std::logic_error("unexpected feature type");
 }
 
 } // namespace veloria

@@ -66,7 +66,7 @@ void profile_of_frame(const pitch_map& map, const tavel::Vector<float>& power, f
 
 void extract_harmonic(const tavel::Vector<double>& samples, double sr, int window, int hop, double f_low, double f_high,
                       double floor_ratio, tavel::Matrix<double>& matrix, tavel::Slice<int>& frame_slice,
-                      progress_record& progress)
+                      const progress_record& progress)
 {
     int half = 0;
     tavel::Vector<double> window_values;
@@ -80,7 +80,7 @@ void extract_harmonic(const tavel::Vector<double>& samples, double sr, int windo
     tavel::Vector<float> buffer(transform_size + 2);
     tavel::Vector<float> power(transform_size / 2 + 1);
     const pitch_map map = build_pitch_map(transform_size, sr, f_low, f_high);
-    progress.scale = progress.range / frame_slice.count;
+    const progress_record frames = progress.counting(frame_slice.count);
     matrix.resize(map.band_count, frame_slice.count);
 
     for (int i = 0; i < frame_slice.count; ++i) {
@@ -88,7 +88,7 @@ void extract_harmonic(const tavel::Vector<double>& samples, double sr, int windo
         buffer(tavel::range{0, length - 1}) = samples(tavel::range{centre - half, centre + half});
         power_spectrum(window_single, transform_size, buffer, power);
         profile_of_frame(map, power, static_cast<float>(floor_ratio), matrix(tavel::all, i));
-        report_progress(progress, i + 1);
+        report_progress(frames, i + 1);
     }
 
     const double share = std::round(frame_slice.count * median_share);

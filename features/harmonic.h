@@ -1,7 +1,7 @@
 #pragma once
 
+#include "road/progress.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace veloria {
 
@@ -22,6 +22,6 @@ namespace veloria {
 /// T. Fujishima, "Realtime chord recognition of musical sound", Proc. ICMC 1999.
 void extract_harmonic(const tavel::Vector<double>& samples, double sr, int window, int hop, double f_low, double f_high,
                       double floor_ratio, tavel::Matrix<double>& matrix, tavel::Slice<int>& frame_slice,
-                      progress_record& progress);
+                      const progress_record& progress);
 
 } // namespace veloria

@@ -110,20 +110,20 @@ private:
 } // namespace
 
 void extract_timbre(const tavel::Vector<double>& samples, double sr, int window, const tavel::Slice<int>& frame_slice,
-                    tavel::Matrix<double>& cepstrum, tavel::Matrix<double>* contrast, progress_record& progress)
+                    tavel::Matrix<double>& cepstrum, tavel::Matrix<double>* contrast, const progress_record& progress)
 {
     const int length = window % 2 == 0 ? window - 1 : window;
     const int half = (length - 1) / 2;
     if (frame_slice.count == 0)
         return;
-    progress.scale = progress.range / frame_slice.count;
+    const progress_record frames = progress.counting(frame_slice.count);
     timbre_analyser analyser(length, sr);
     for (int i = 0; i < frame_slice.count; ++i) {
         analyser.analyse(samples, frame_slice.start - half + std::ptrdiff_t{frame_slice.step} * i);
         if (contrast != nullptr)
             analyser.store_contrast(*contrast, i);
         analyser.store_cepstrum(cepstrum, i);
-        report_progress(progress, i + 1);
+        report_progress(frames, i + 1);
     }
 }
 

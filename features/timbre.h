@@ -1,7 +1,7 @@
 #pragma once
 
+#include "road/progress.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace veloria {
 
@@ -18,6 +18,6 @@ namespace veloria {
 /// recognition in continuously spoken sentences", IEEE Trans. ASSP 28(4), 1980.
 /// Contrast: D.-N. Jiang et al., "Music type classification by spectral contrast feature", Proc. ICME 2002.
 void extract_timbre(const tavel::Vector<double>& samples, double sr, int window, const tavel::Slice<int>& frame_slice,
-                    tavel::Matrix<double>& cepstrum, tavel::Matrix<double>* contrast, progress_record& progress);
+                    tavel::Matrix<double>& cepstrum, tavel::Matrix<double>* contrast, const progress_record& progress);
 
 } // namespace veloria

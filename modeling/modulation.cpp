@@ -66,7 +66,8 @@ std::vector<modulation_band> modulation_bands(double frame_rate, int fft_size)
 }
 
 void model_spectrum(const tavel::Matrix<double>& stream, double frame_rate, int modeling_frames,
-                    const tavel::Vector<int>& frame_centers, tavel::Matrix<double>& modeled, progress_record& progress)
+                    const tavel::Vector<int>& frame_centers, tavel::Matrix<double>& modeled,
+                    const progress_record& progress)
 {
     const int fft_size = transform_size(modeling_frames);
     const std::vector<modulation_band> bands = modulation_bands(frame_rate, fft_size);
@@ -77,7 +78,7 @@ void model_spectrum(const tavel::Matrix<double>& stream, double frame_rate, int 
     if (modeling_frames > largest_transform)
         throw tavel::error("realfft_vec:: Error in realfft");
 
-    progress.scale = progress.range / modeled.rows;
+    const progress_record rows = progress.counting(modeled.rows);
     tavel::Vector<double> buffer(fft_size + 2);
     for (int row = 0; row < modeled.rows; ++row) {
         const frame_window window = window_around(frame_centers[row], modeling_frames, stream.rows);
@@ -95,7 +96,7 @@ void model_spectrum(const tavel::Matrix<double>& stream, double frame_rate, int 
             for (const modulation_band& band : bands)
                 modeled(row, ++column) = sum_of_magnitudes(buffer.data, band);
         }
-        report_progress(progress, row + 1);
+        report_progress(rows, row + 1);
     }
 }
 

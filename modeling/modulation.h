@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "road/progress.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace veloria {
 
@@ -27,6 +27,7 @@ std::vector<modulation_band> modulation_bands(double frame_rate, int fft_size);
 /// @throws tavel::error "realfft_vec:: Error in realfft", also for windows above 2^30 frames;
 ///         corvane::cancel_exception
 void model_spectrum(const tavel::Matrix<double>& stream, double frame_rate, int modeling_frames,
-                    const tavel::Vector<int>& frame_centers, tavel::Matrix<double>& modeled, progress_record& progress);
+                    const tavel::Vector<int>& frame_centers, tavel::Matrix<double>& modeled,
+                    const progress_record& progress);
 
 } // namespace veloria

@@ -19,12 +19,12 @@ constexpr double probe_weights[probe_count] = {25.0, 18.0, 14.0, 10.0};
 constexpr double rank_share = 0.18;
 
 // The largest features of each frame, best first: a column of feature indices per frame.
-tavel::Matrix<int> rank_features(const tavel::Matrix<double>& stream, progress_record& progress)
+tavel::Matrix<int> rank_features(const tavel::Matrix<double>& stream, const progress_record& progress)
 {
     tavel::Matrix<int> ranks(probe_count, stream.rows);
     std::vector<int> features(static_cast<std::size_t>(stream.columns));
     std::iota(features.begin(), features.end(), 0);
-    progress.scale = progress.range / stream.rows;
+    const progress_record frames = progress.counting(stream.rows);
     for (int frame = 0; frame < stream.rows; ++frame) {
         const auto leads = [&](int a, int b) {
             const double value_a = stream(frame, a);
@@ -37,7 +37,7 @@ tavel::Matrix<int> rank_features(const tavel::Matrix<double>& stream, progress_r
         };
         int* best = ranks.column_data(frame);
         std::partial_sort_copy(features.begin(), features.end(), best, best + probe_count, leads);
-        report_progress(progress, frame + 1);
+        report_progress(frames, frame + 1);
     }
     return ranks;
 }
@@ -53,21 +53,15 @@ void add_transitions(const int* from, const int* to, int features, double* histo
 } // namespace
 
 void model_mph(const tavel::Matrix<double>& stream, int modeling_frames, const tavel::Vector<int>& frame_centers,
-               tavel::Matrix<double>& modeled, progress_record& progress)
+               tavel::Matrix<double>& modeled, const progress_record& progress)
 {
     const int features = stream.columns;
     modeled.resize(frame_centers.size, features * features);
     if (modeled.rows == 0)
         return;
 
-    const double offset = progress.offset;
-    const double range = progress.range;
-    progress.range = range * rank_share;
-    const tavel::Matrix<int> ranks = rank_features(stream, progress);
-
-    progress.offset = offset + range * rank_share;
-    progress.range = range - range * rank_share;
-    progress.scale = progress.range / modeled.rows;
+    const tavel::Matrix<int> ranks = rank_features(stream, progress.piece(0.0, rank_share));
+    const progress_record rows = progress.piece(rank_share, 1.0 - rank_share).counting(modeled.rows);
     tavel::Vector<double> histogram(modeled.columns);
     for (int row = 0; row < modeled.rows; ++row) {
         const frame_window window = window_around(frame_centers[row], modeling_frames, stream.rows);
@@ -76,7 +70,7 @@ void model_mph(const tavel::Matrix<double>& stream, int modeling_frames, const t
             add_transitions(ranks.column_data(frame), ranks.column_data(frame + 1), features, histogram.data);
         for (int cell = 0; cell < histogram.size; ++cell)
             modeled(row, cell) = histogram[cell];
-        report_progress(progress, row + 1);
+        report_progress(rows, row + 1);
     }
 }
 

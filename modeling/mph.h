@@ -1,7 +1,7 @@
 #pragma once
 
+#include "road/progress.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace veloria {
 
@@ -14,6 +14,6 @@ namespace veloria {
 ///                 feature j. A row sums to 536 for each pair of neighbouring frames in its window.
 /// @throws corvane::cancel_exception
 void model_mph(const tavel::Matrix<double>& stream, int modeling_frames, const tavel::Vector<int>& frame_centers,
-               tavel::Matrix<double>& modeled, progress_record& progress);
+               tavel::Matrix<double>& modeled, const progress_record& progress);
 
 } // namespace veloria

@@ -11,6 +11,9 @@ namespace veloria {
 
 namespace {
 
+// Below this, principal axes mean nothing.
+constexpr int least_rows_to_reduce = 4;
+
 // The threshold is 0, which a column with a NaN misses, or a NaN itself after an infinite mean: then all columns stay.
 void screen_columns(tavel::Matrix<double>& stream)
 {
@@ -116,13 +119,20 @@ void reduce_stream(tavel::Matrix<double>& stream)
 
 } // namespace
 
-void reduce_components(tavel::Vector<tavel::Matrix<double>>& streams, progress_record& progress)
+void reduce_components(tavel::Vector<tavel::Matrix<double>>& streams, const progress_record& progress)
 {
-    double columns = 0.0;
+    int modeled_columns = 0;
+    for (const tavel::Matrix<double>& stream : streams)
+        modeled_columns += stream.columns;
+    const progress_record columns = progress.counting(modeled_columns);
+    if (streams[0].rows < least_rows_to_reduce) {
+        report_progress(columns, modeled_columns);
+        return;
+    }
+    int columns_kept = 0;
     for (tavel::Matrix<double>& stream : streams) {
         reduce_stream(stream);
-        columns += stream.columns;
-        report_progress(progress, columns);
+        report_progress(columns, columns_kept += stream.columns);
     }
 }
 

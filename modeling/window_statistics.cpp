@@ -22,14 +22,14 @@ double variance(const double* values, double sum, int count)
 
 void model_window_statistics(const tavel::Matrix<double>& stream, int modeling_frames,
                              const tavel::Vector<int>& frame_centers, bool with_variance,
-                             tavel::Matrix<double>& modeled, progress_record& progress)
+                             tavel::Matrix<double>& modeled, const progress_record& progress)
 {
     const int features = stream.columns;
     modeled.resize(frame_centers.size, with_variance ? 2 * features : features);
     if (modeled.rows == 0)
         return;
 
-    progress.scale = progress.range / modeled.rows;
+    const progress_record rows = progress.counting(modeled.rows);
     for (int row = 0; row < modeled.rows; ++row) {
         const frame_window window = window_around(frame_centers[row], modeling_frames, stream.rows);
         for (int feature = 0; feature < features; ++feature) {
@@ -39,7 +39,7 @@ void model_window_statistics(const tavel::Matrix<double>& stream, int modeling_f
             if (with_variance)
                 modeled(row, features + feature) = variance(values, sum, window.count);
         }
-        report_progress(progress, row + 1);
+        report_progress(rows, row + 1);
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "road/progress.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace veloria {
 
@@ -13,6 +13,6 @@ namespace veloria {
 /// @throws corvane::cancel_exception
 void model_window_statistics(const tavel::Matrix<double>& stream, int modeling_frames,
                              const tavel::Vector<int>& frame_centers, bool with_variance,
-                             tavel::Matrix<double>& modeled, progress_record& progress);
+                             tavel::Matrix<double>& modeled, const progress_record& progress);
 
 } // namespace veloria

@@ -13,8 +13,8 @@
 #include "features/mel_cepstrum.h"
 #include "features/octave_bands.h"
 #include "modeling/frame_grid.h"
+#include "modeling/time_grid.h"
 #include "tavel/slice.h"
-#include "veloria/time_grid.h"
 
 namespace plan {
 

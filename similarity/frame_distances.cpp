@@ -32,12 +32,12 @@ std::array<double, bin_count> cumulative_counts(const distance_histogram& histog
 
 // Replaces each distance of the strict lower triangle by its place in their distribution, in cells. Counts columns
 // from the diagonal down, and half a column between counting and mapping and behind them.
-value_range equalise(tavel::Matrix<double>& distance, double largest_distance, progress_record& progress)
+value_range equalise(tavel::Matrix<double>& distance, double largest_distance, const progress_record& progress)
 {
     const int n = distance.columns;
-    progress.scale = progress.range / (static_cast<double>(n) * n);
+    const progress_record cells = progress.counting(static_cast<double>(n) * n);
     std::int64_t cells_done = 0;
-    const auto report_column = [&](int j) { report_progress(progress, static_cast<double>(cells_done += n - j)); };
+    const auto report_column = [&](int j) { report_progress(cells, static_cast<double>(cells_done += n - j)); };
 
     const distance_bins bins(largest_distance);
     distance_histogram histogram;
@@ -47,14 +47,14 @@ value_range equalise(tavel::Matrix<double>& distance, double largest_distance, p
     }
     const std::array<double, bin_count> cumulative = cumulative_counts(histogram, n);
     cells_done += n / 2;
-    report_progress(progress, static_cast<double>(cells_done));
+    report_progress(cells, static_cast<double>(cells_done));
 
     distance_mapping mapping(bins, cumulative);
     for (int j = 0; j < n - 1; ++j) {
         mapping.map(distance.column_data(j) + j + 1, n - 1 - j);
         report_column(j);
     }
-    report_progress(progress, static_cast<double>(cells_done + n / 2));
+    report_progress(cells, static_cast<double>(cells_done + n / 2));
     return {cumulative[0], mapping.largest()};
 }
 
@@ -97,13 +97,12 @@ void add_to_folded_sum(tavel::Matrix<double>& distance, const value_range& range
 } // namespace
 
 void compute_frame_distances(const tavel::Vector<tavel::Matrix<double>>& streams, tavel::Matrix<double>& distance,
-                             progress_record& progress)
+                             const progress_record& progress)
 {
-    const std::int64_t n = streams[0].rows;
+    const int n = streams[0].rows;
     if (n < 2) {
         const int size = n == 1 && streams[0].columns > 0 ? 1 : 0;
         distance.resize(size, size);
-        progress.scale = progress.range;
         report_progress(progress, 1.0);
         return;
     }
@@ -111,22 +110,17 @@ void compute_frame_distances(const tavel::Vector<tavel::Matrix<double>>& streams
     int columns = 0;
     for (const tavel::Matrix<double>& stream : streams)
         columns += stream.columns;
-    const double unit = progress.range / (streams.size * equalisation_cost + columns);
+    const double unit = 1.0 / (streams.size * equalisation_cost + columns);
     const double equalisation_share = unit * equalisation_cost;
-    double base = progress.offset;
-    distance.resize(streams[0].rows, streams[0].rows);
+    double from = 0.0;
+    distance.resize(n, n);
     for (int s = 0; s < streams.size; ++s) {
         const double distance_share = streams[s].columns * unit;
-        progress.offset = base;
-        progress.range = distance_share;
-        progress.scale = progress.range / static_cast<double>((n - 1) * n / 2);
-        const double largest_distance = measure_pairs(streams[s], distance, progress);
-
-        progress.offset = base + distance_share;
-        progress.range = equalisation_share;
-        const value_range range = equalise(distance, largest_distance, progress);
+        const double largest_distance = measure_pairs(streams[s], distance, progress.piece(from, distance_share));
+        from += distance_share;
+        const value_range range = equalise(distance, largest_distance, progress.piece(from, equalisation_share));
+        from += equalisation_share;
         add_to_folded_sum(distance, range, s == streams.size - 1);
-        base = progress.offset + equalisation_share;
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "road/progress.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace veloria {
 
@@ -13,6 +13,6 @@ namespace veloria {
 /// @param progress a report for each row measured and for each column counted and mapped
 /// @throws corvane::cancel_exception; `distance` is of no use then
 void compute_frame_distances(const tavel::Vector<tavel::Matrix<double>>& streams, tavel::Matrix<double>& distance,
-                             progress_record& progress);
+                             const progress_record& progress);
 
 } // namespace veloria

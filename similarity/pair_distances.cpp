@@ -47,6 +47,7 @@ double measure_pairs(const tavel::Matrix<double>& stream, tavel::Matrix<double>&
 {
     const int n = stream.rows;
     std::array<double, block_rows> largest_squares{};
+    const progress_record pairs = progress.counting(static_cast<double>(std::int64_t{n} * (n - 1) / 2));
     std::int64_t pairs_done = 0;
     for (int first = 0; first < n; first += block_rows) {
         const int end = first + std::min(block_rows, n - first);
@@ -57,7 +58,7 @@ double measure_pairs(const tavel::Matrix<double>& stream, tavel::Matrix<double>&
         }
         for (int i = std::max(first, 1); i < end; ++i) {
             pairs_done += i;
-            report_progress(progress, static_cast<double>(pairs_done));
+            report_progress(pairs, static_cast<double>(pairs_done));
         }
     }
     // The root is monotone and correctly rounded: the largest root is the root of the largest.

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "road/progress.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace veloria {
 
 /// Euclidean distances of all pairs of rows of a stream. Reports the pairs done for each row, in ascending order
-/// of the rows and for up to 64 of them together; the caller sets the scale.
+/// of the rows and for up to 64 of them together.
 /// @param stream   n by any number of components
 /// @param distance n by n; cell (i, j) with j < i becomes the distance of rows i and j, other cells stay
 /// @return the largest distance, at least 0.0; NaN are passed over

@@ -142,17 +142,21 @@ TEST(NameValueTable, StoresWhatItsTextCanHold)
 
 TEST(CommandString, RepeatsTheAnalysisWhateverTheLocale)
 {
+    using veloria::feature_selection, veloria::modeling_kind;
     const foreign_locale host;
     const std::string start = "marquen --input a b.wav --similarity o.sdif --features_type ";
     const std::string end = " --window_centering grid --window_grid_hop ";
-    EXPECT_EQ(veloria::build_command_string("a b.wav", "o.sdif", 2, 0, 1.0, 0.5),
+    EXPECT_EQ(veloria::build_command_string("a b.wav", "o.sdif", {}),
               start + "mixed --features_modeling mean --features_modeling_length 1" + end + "0.5");
-    EXPECT_EQ(veloria::build_command_string("a b.wav", "o.sdif", 0, 1, 12.345678, 1e-7),
+    EXPECT_EQ(veloria::build_command_string("a b.wav", "o.sdif",
+                                            {feature_selection::timbre, modeling_kind::meanvar, 12.345678, 1e-7}),
               start + "timbre --features_modeling meanvar --features_modeling_length 12.3457" + end + "1e-07");
-    EXPECT_EQ(veloria::build_command_string("a b.wav", "o.sdif", 1, 2, 10000.0, 1234567.0),
+    EXPECT_EQ(veloria::build_command_string("a b.wav", "o.sdif",
+                                            {feature_selection::harmo, modeling_kind::fft, 10000.0, 1234567.0}),
               start + "harmo --features_modeling fft --features_modeling_length 10000" + end + "1.23457e+06");
-    EXPECT_NE(veloria::build_command_string("", "", 1, 3, 1.0, 1.0).find(" mph "), std::string::npos);
-    EXPECT_THROW(veloria::build_command_string("", "", -1, 0, 1.0, 1.0), std::out_of_range);
+    EXPECT_NE(
+        veloria::build_command_string("", "", {feature_selection::harmo, modeling_kind::mph, 1.0, 1.0}).find(" mph "),
+        std::string::npos);
 }
 
 struct gabarit_case {

@@ -20,10 +20,11 @@
 #include "features/timbre.h"
 #include "features/transpose.h"
 #include "modeling/model_streams.h"
+#include "modeling/reduce_components.h"
+#include "modeling/time_grid.h"
 #include "similarity/frame_distances.h"
 #include "tests/support/progress.h"
 #include "veloria/process_handle.h"
-#include "veloria/time_grid.h"
 #include "veloria/veloria.h"
 
 namespace {
@@ -233,12 +234,14 @@ TEST(Golden, ModelingAndDistancesAgreeWithTheReference)
         expect_stage(streams[s], "features_standardised_" + std::to_string(s), exact);
 
     const tavel::Matrix<double> grid = stored_stage("grid");
-    const veloria::analysis_costs costs =
-        veloria::estimate_costs(veloria::mixed, veloria::meanvar, job["window"], job["step"]);
+    const veloria::settings chosen{veloria::feature_selection::mixed, veloria::modeling_kind::meanvar, job["window"],
+                                   job["step"]};
     tavel::Vector<double> frame_times;
     stream_list scores;
     veloria::model_streams(streams, 11025.0, tavel::Slice<int>(440, 105839, 294), {grid.data, grid.data + grid.rows},
-                           job["window"], veloria::meanvar, costs, frame_times, scores, unread_progress());
+                           chosen, frame_times, scores, unread_progress());
+    veloria::standardize_columns(scores);
+    veloria::reduce_components(scores, unread_progress());
     expect_stage(frame_times.data, frame_times.size, "frame_times", 0.0);
     for (int s = 0; s < 3; ++s)
         expect_stage(scores[s], "scores_" + std::to_string(s), exact, true);

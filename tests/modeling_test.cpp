@@ -71,7 +71,7 @@ TEST(Windows, AreOddAndHaveADefinedEnd)
 
 TEST(WindowStatistics, DivideByTheFramesThatAreThere)
 {
-    const auto meanvar = [](auto& x, int width, auto& c, auto&... out) {
+    const auto meanvar = [](auto& x, int width, auto& c, auto&&... out) {
         model_window_statistics(x, width, c, true, out...);
     };
     matrix ramp(9, 1);
@@ -122,24 +122,24 @@ TEST(Mph, WeighsTransitionsByTheRanksOfBothFrames)
     }
 }
 
-// The modeling has three quarters of the bar, the ranks 18 % of that.
+// Each stream has the part of the bar that it has of the features, the ranks 18 % of that.
 TEST(ModelStreams, ReportsEachRowOnItsPieceOfTheBar)
 {
-    tavel::Vector<matrix> features(1), scores;
-    features[0] = coarse_noise(40, 4);
+    tavel::Vector<matrix> features(2), modeled;
+    features[0] = coarse_noise(40, 6);
+    features[1] = coarse_noise(40, 4);
     tavel::Vector<double> times;
-    for (const numbers& grid : {numbers{0.1, 0.2, 0.3, 0.4, 0.5, 0.6}, {0.1, 0.2, 0.3}}) {
-        report_log reports;
-        const numbers& positions = reports.positions;
-        model_streams(features, 11025.0, {440, 11906, 294}, grid, 0.2, 3, {9.0, 3.0, 1.0}, times, scores,
-                      reports.piece(0.2, 0.4));
-        ASSERT_EQ(positions.size(), 40 + grid.size() + 1);
-        EXPECT_DOUBLE_EQ(positions[0], 0.2 + 0.054 / 40);
-        EXPECT_DOUBLE_EQ(positions[40], 0.254 + 0.246 / times.size);
-        EXPECT_DOUBLE_EQ(positions[39 + grid.size()], 0.5);
-        EXPECT_DOUBLE_EQ(positions.back(), 0.5 + 0.1 * scores[0].columns / 16);
+    const report_log reports;
+    model_streams(features, 11025.0, {440, 11906, 294}, {0.1, 0.2, 0.3}, {{}, modeling_kind::mph, 0.2, 0.1}, times,
+                  modeled, reports.piece(0.2, 0.5));
+    numbers expected;
+    for (const auto& [begin, length] : {std::pair{0.2, 0.3}, {0.5, 0.2}}) {
+        for (int i = 1; i <= 40; ++i)
+            expected.push_back(begin + length * 0.18 * i / 40);
+        for (int i = 1; i <= 3; ++i)
+            expected.push_back(begin + length * (0.18 + 0.82 * i / 3));
     }
-    EXPECT_EQ(scores[0].columns, 16); // 3 rows stay as they are
+    EXPECT_THAT(reports.positions, testing::Pointwise(testing::DoubleNear(1e-15), expected));
 }
 
 } // namespace

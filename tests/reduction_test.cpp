@@ -23,7 +23,7 @@ matrix reduced(const matrix& stream)
     tavel::Vector<matrix> streams(1);
     streams[0] = stream;
     veloria::reduce_components(streams, reports.piece());
-    EXPECT_EQ(reports.positions, std::vector<double>{1.0 * streams[0].columns});
+    EXPECT_EQ(reports.positions, std::vector<double>{streams[0].columns * (1.0 / stream.columns)});
     return streams[0];
 }
 
@@ -46,6 +46,12 @@ TEST(Reduction, OrdersComponentsAndFillsUpFew)
         for (int i = 0; i < 8 * scores.columns; ++i)
             EXPECT_NEAR(std::fabs(scores.data[i]), std::fabs(stream(i % 8, components.data()[i / 8])), 1e-15);
     }
+}
+
+TEST(Reduction, LeavesThreeRowsAsTheyAre)
+{
+    const matrix stream = noise_matrix(3, 5), kept = reduced(stream);
+    EXPECT_EQ(std::vector(kept.data, kept.data + 15), std::vector(stream.data, stream.data + 15));
 }
 
 TEST(Reduction, LeavesOutColumnsThatHaveNoMeanIfThreeOthersAreThere)

@@ -14,6 +14,15 @@ namespace veloria {
 
 namespace {
 
+// Hosts have enumerations of their own, so that the header stands alone.
+static_assert(static_cast<int>(feature_selection::timbre) == timbre);
+static_assert(static_cast<int>(feature_selection::harmo) == harmo);
+static_assert(static_cast<int>(feature_selection::mixed) == mixed);
+static_assert(static_cast<int>(modeling_kind::mean) == mean);
+static_assert(static_cast<int>(modeling_kind::meanvar) == meanvar);
+static_assert(static_cast<int>(modeling_kind::fft) == fft);
+static_assert(static_cast<int>(modeling_kind::mph) == mph);
+
 const char canceled_text[] = "processing was canceled";
 
 // Its address marks a living handle.
@@ -105,10 +114,11 @@ void store_cancel_message(job_shared_state& shared)
 void getDefaultSettings(features_type& features, modeling_type& modeling, double& modeling_window,
                         double& modeling_step)
 {
-    features = mixed;
-    modeling = mean;
-    modeling_window = 1.0;
-    modeling_step = 0.5;
+    const settings defaults;
+    features = static_cast<features_type>(defaults.features);
+    modeling = static_cast<modeling_type>(defaults.modeling);
+    modeling_window = defaults.window_seconds;
+    modeling_step = defaults.step_seconds;
 }
 
 const char* getVersion()
@@ -134,14 +144,12 @@ process_handle* process(int path_count, const char** paths, const char* output_p
     job->reader = corvane::make_reader(path_count, paths);
     job->input_path = paths[0];
     job->output_path = output_path;
-    job->modeling_window = modeling_window;
-    job->modeling_step = modeling_step;
     if (features != timbre && features != harmo && features != mixed)
         throw std::logic_error("invalid feature selection");
     if (modeling != mean && modeling != meanvar && modeling != fft && modeling != mph)
         throw std::logic_error("invalid modeling specification");
-    job->features = features;
-    job->modeling = modeling;
+    job->chosen = {static_cast<feature_selection>(features), static_cast<modeling_kind>(modeling), modeling_window,
+                   modeling_step};
     job->shared.emplace();
     job->sink = {job_report, &*job->shared};
 

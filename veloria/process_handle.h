@@ -9,8 +9,9 @@
 #include <string>
 
 #include "audio/abstract_reader.h"
+#include "road/progress.h"
+#include "road/settings.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 namespace veloria {
 
@@ -53,10 +54,7 @@ struct process_handle {
     tavel::Vector<double> frame_times;       ///< n, seconds
     std::string input_path;                  ///< the first path alone
     std::string output_path;
-    double modeling_window = 0.0; ///< seconds
-    double modeling_step = 0.0;   ///< seconds
-    int features = 0;
-    int modeling = 0;
+    settings chosen;
     progress_sink sink{};
     std::optional<job_shared_state> shared; ///< there from the last check of the arguments on
     pthread_t thread{};

@@ -19,10 +19,8 @@ namespace {
 
 void analyse_and_write(process_handle& job)
 {
-    analysis_driver(*job.reader, job.features, job.modeling, job.modeling_window, job.modeling_step, job.similarity,
-                    job.frame_times, job.sink);
-    const std::string command = build_command_string(job.input_path, job.output_path, job.features, job.modeling,
-                                                     job.modeling_window, job.modeling_step);
+    analysis_driver(*job.reader, job.chosen, job.similarity, job.frame_times, job.sink);
+    const std::string command = build_command_string(job.input_path, job.output_path, job.chosen);
     const int channels = job.reader->channels();
     const double sample_rate = job.reader->sample_rate();
     write_gabarit(job.similarity, job.frame_times, job.input_path, command, sample_rate, channels, job.output_path);

@@ -199,16 +199,17 @@ int __wrap_close(int file)
 using corvane::AbstractReader;
 using tavel::Vector;
 using veloria::progress_record;
-void __real__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERN7veloria15progress_recordE(
-    AbstractReader&, double, bool, bool, Vector<double>&, progress_record&);
-void __wrap__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERN7veloria15progress_recordE(
-    AbstractReader& reader, double rate, bool clip, bool normalize, Vector<double>& output, progress_record& progress)
+void __real__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERKN7veloria15progress_recordE(
+    AbstractReader&, double, bool, bool, Vector<double>&, const progress_record&);
+void __wrap__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERKN7veloria15progress_recordE(
+    AbstractReader& reader, double rate, bool clip, bool normalize, Vector<double>& output,
+    const progress_record& progress)
 {
     struct loading_scope {
         loading_scope() { loading = true; }
         ~loading_scope() { loading = false; }
     } const scope;
-    __real__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERN7veloria15progress_recordE(
+    __real__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERKN7veloria15progress_recordE(
         reader, rate, clip, normalize, output, progress);
 }
 

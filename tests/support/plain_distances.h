@@ -7,10 +7,10 @@
 #include <span>
 #include <utility>
 
+#include "road/progress.h"
 #include "tavel/hist.h"
 #include "tavel/interp1q.h"
 #include "tavel/tavel_dense_vector.h"
-#include "veloria/progress.h"
 
 /// The distance stage and its bytes step by step: a pass per step, a bisection per cell. What the kernels are compared
 /// with, bit by bit, and measured against.
@@ -43,6 +43,8 @@ void for_each_column(tavel::Matrix<double>& m, STEP step)
 inline void measure_pairs(const tavel::Matrix<double>& stream, tavel::Matrix<double>& distance,
                           const progress_record& progress)
 {
+    const progress_record triangle =
+        progress.counting(static_cast<double>(std::int64_t{stream.rows - 1} * stream.rows / 2));
     double pairs = 0.0;
     for (int i = 1; i < stream.rows; ++i) {
         for (int j = 0; j < i; ++j) {
@@ -51,7 +53,7 @@ inline void measure_pairs(const tavel::Matrix<double>& stream, tavel::Matrix<dou
                 sum += (stream(i, k) - stream(j, k)) * (stream(i, k) - stream(j, k));
             distance(i, j) = std::sqrt(sum);
         }
-        report_progress(progress, pairs += i);
+        report_progress(triangle, pairs += i);
     }
 }
 
@@ -68,53 +70,49 @@ inline void normalize_lower_triangle(tavel::Matrix<double>& m, double low)
     for_each_pair(m.rows, [&](int i, int j) { m(i, j) = (m(i, j) - low) * scale; });
 }
 
-inline void equalise(tavel::Matrix<double>& distance, progress_record& progress)
+inline void equalise(tavel::Matrix<double>& distance, const progress_record& progress)
 {
     const int n = distance.rows;
     const double largest = largest_below_diagonal(distance);
     tavel::Vector<double> centers(51), counts(51);
     for (int k = 0; k <= 50; ++k)
         centers[k] = k * (largest / 50.0);
-    progress.scale = progress.range / (static_cast<double>(n) * n);
+    const progress_record square = progress.counting(static_cast<double>(n) * n);
     double cells = 0.0;
     for_each_column(distance, [&](tavel::Vector<double>& column, int j) {
         tavel::hist(column, centers, counts);
-        report_progress(progress, cells += n - j);
+        report_progress(square, cells += n - j);
     });
     counts[0] += static_cast<double>(std::int64_t{n - 1} * n / 2 + n);
     for (int k = 1; k <= 50; ++k)
         counts[k] += counts[k - 1];
-    report_progress(progress, cells += n / 2);
+    report_progress(square, cells += n / 2);
     for_each_column(distance, [&](tavel::Vector<double>& column, int j) {
         tavel::interp1q(centers, counts, column, column);
-        report_progress(progress, cells += n - j);
+        report_progress(square, cells += n - j);
     });
     normalize_lower_triangle(distance, counts[0]);
-    report_progress(progress, cells + n / 2);
+    report_progress(square, cells + n / 2);
 }
 
 /// For two frames or more.
 inline void compute_frame_distances(const tavel::Vector<tavel::Matrix<double>>& streams,
-                                    tavel::Matrix<double>& distance, progress_record& progress)
+                                    tavel::Matrix<double>& distance, const progress_record& progress)
 {
     const int n = streams[0].rows;
     int columns = 0;
     for (const auto& stream : streams)
         columns += stream.columns;
-    const double unit = progress.range / (streams.size * 28.4 + columns);
-    double base = progress.offset;
+    const double unit = 1.0 / (streams.size * 28.4 + columns);
+    double from = 0.0;
     for (const auto& stream : streams) {
-        progress.offset = base;
-        progress.range = stream.columns * unit;
         distance.resize(n, n);
-        progress.scale = progress.range / static_cast<double>(std::int64_t{n - 1} * n / 2);
-        plain::measure_pairs(stream, distance, progress);
+        plain::measure_pairs(stream, distance, progress.piece(from, stream.columns * unit));
         normalize_lower_triangle(distance, 0.0);
-        progress.offset = base + progress.range;
-        progress.range = unit * 28.4;
-        equalise(distance, progress);
+        from += stream.columns * unit;
+        equalise(distance, progress.piece(from, unit * 28.4));
         for_each_pair(n, [&](int i, int j) { distance(i - j - 1, n - 1 - j) += distance(i, j); });
-        base = progress.offset + progress.range;
+        from += unit * 28.4;
     }
     for_each_pair(n, [&](int i, int j) { distance(i, j) = std::exchange(distance(i - j - 1, n - 1 - j), 0.0); });
 }

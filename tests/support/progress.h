@@ -4,7 +4,7 @@
 #include <limits>
 #include <vector>
 
-#include "veloria/progress.h"
+#include "road/progress.h"
 
 /// Keeps the positions that the stages of a job report, and refuses one of the reports.
 class report_log {
@@ -17,10 +17,10 @@ public:
     report_log(const report_log&) = delete;
     report_log& operator=(const report_log&) = delete;
 
-    /// The piece of the bar for a stage; it belongs to the log and is another one after the next call.
-    veloria::progress_record& piece(double offset = 0.0, double range = 1.0)
+    /// The piece of the bar for a stage.
+    veloria::progress_record piece(double offset = 0.0, double range = 1.0) const
     {
-        return record = {&sink, offset, range, 1.0};
+        return veloria::whole_bar(sink).piece(offset, range);
     }
 
     const veloria::progress_sink sink{[](void* context, double position) {
@@ -29,15 +29,11 @@ public:
                                           return self.positions.size() != self.refused + 1;
                                       },
                                       this};
-
-private:
-    veloria::progress_record record{};
 };
 
 /// The whole bar, for a stage whose reports nobody reads.
-inline veloria::progress_record& unread_progress()
+inline veloria::progress_record unread_progress()
 {
     static constexpr veloria::progress_sink sink{[](void*, double) { return true; }, nullptr};
-    static thread_local veloria::progress_record record;
-    return record = {&sink, 0.0, 1.0, 1.0};
+    return veloria::whole_bar(sink);
 }

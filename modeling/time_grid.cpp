@@ -1,4 +1,4 @@
-#include "veloria/time_grid.h"
+#include "modeling/time_grid.h"
 
 #include <cmath>
 #include <cstdint>

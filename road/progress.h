@@ -17,20 +17,36 @@ struct progress_sink {
     void* context;
 };
 
-/// The piece of the progress bar that a stage works on. A stage sets `scale` to `range` / W, W being its total
-/// work in a unit of its own, and counts in that unit.
+/// A piece of the progress bar, and the unit in which whoever works on it counts: at first the whole piece.
 struct progress_record {
     const progress_sink* sink; ///< not owned
     double offset;             ///< position in the whole job at which the piece begins
     double range;              ///< length of the piece on the same scale
-    double scale;              ///< position per unit of the stage's own count
+    double scale;              ///< position per unit of work
+
+    /// A part of this piece, for a stage of its own.
+    /// @param from   where it begins, and
+    /// @param share  how long it is: 0.0 to 1.0, as parts of this piece
+    progress_record piece(double from, double share) const
+    {
+        return {sink, offset + range * from, range * share, range * share};
+    }
+
+    /// The same piece for who counts in units of which there are `total`.
+    progress_record counting(double total) const { return {sink, offset, range, range / total}; }
 };
+
+/// The whole bar of a job.
+inline progress_record whole_bar(const progress_sink& sink)
+{
+    return {&sink, 0.0, 1.0, 1.0};
+}
 
 /// Reports `units` of work done since the start of the piece; the only test for a cancel that a stage has.
 /// @throws corvane::cancel_exception when the job is to stop
-inline void report_progress(const progress_record& record, double units)
+inline void report_progress(const progress_record& progress, double units)
 {
-    if (!record.sink->report(record.sink->context, units * record.scale + record.offset))
+    if (!progress.sink->report(progress.sink->context, units * progress.scale + progress.offset))
         throw corvane::cancel_exception();
 }
 
