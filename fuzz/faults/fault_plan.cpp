@@ -11,27 +11,24 @@
 #include <cerrno>
 #include <cstddef>
 
-#include "audio/load_sound.h"
-
 namespace {
 
 std::atomic<const fault_plan*> plan{nullptr};
-fault_record* record = nullptr;
+std::atomic<std::int64_t>* hits = nullptr;
 std::atomic<std::int64_t> calls, blocks;
-std::atomic<bool> loading, sound_is_bad;
+std::atomic<bool> sound_is_bad;
+thread_local bool opening = false;
 pthread_t host;
 
 bool fails(fault what)
 {
     const fault_plan* const current = plan;
-    if (current == nullptr || current->what != what)
+    if (current == nullptr || current->what != what || (what == fault::allocation && opening))
         return false;
     const std::int64_t call = calls++;
     if (call != current->index && !(current->lasting && call > current->index))
         return false;
-    ++record->hits;
-    if (loading)
-        record->while_loading = true;
+    ++*hits;
     errno = what == fault::allocation ? ENOMEM : current->error;
     return true;
 }
@@ -45,11 +42,11 @@ void* counted(void* block)
 
 } // namespace
 
-void arm(const fault_plan& new_plan, fault_record& new_record)
+void arm(const fault_plan& new_plan, std::atomic<std::int64_t>& new_hits)
 {
     host = pthread_self();
     calls = 0;
-    record = &new_record;
+    hits = &new_hits;
     plan = &new_plan;
 }
 
@@ -138,7 +135,12 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
 SNDFILE* __real_sf_open(const char*, int, SF_INFO*);
 SNDFILE* __wrap_sf_open(const char* path, int mode, SF_INFO* info)
 {
-    return fails(fault::sound_open) ? nullptr : __real_sf_open(path, mode, info);
+    if (fails(fault::sound_open))
+        return nullptr;
+    opening = true; // libsndfile 1.2.0 crashes where an allocation fails in here
+    SNDFILE* const file = __real_sf_open(path, mode, info);
+    opening = false;
+    return file;
 }
 
 sf_count_t __real_sf_readf_double(SNDFILE*, double*, sf_count_t);
@@ -162,26 +164,14 @@ sf_count_t __wrap_sf_seek(SNDFILE* file, sf_count_t frames, int whence)
     return fails(fault::sound_seek) ? -1 : __real_sf_seek(file, frames, whence);
 }
 
-using size = std::size_t;
-void __real_dgesvd_(const char*, const char*, const int*, const int*, double*, const int*, double*, double*, const int*,
-                    double*, const int*, double*, const int*, int*, size, size);
-void __wrap_dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, double* a, const int* lda,
-                    double* s, double* u, const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork,
-                    int* info, size jobu_length, size jobvt_length)
-{
-    __real_dgesvd_(jobu, jobvt, m, n, a, lda, s, u, ldu, vt, ldvt, work, lwork, info, jobu_length, jobvt_length);
-    if (fails(fault::decomposition))
-        *info = 1;
-}
-
 int __real_open(const char*, int, ...);
 int __wrap_open(const char* path, int flags, mode_t mode)
 {
     return fails(fault::file_open) ? -1 : __real_open(path, flags, mode);
 }
 
-ssize_t __real_write(int, const void*, size);
-ssize_t __wrap_write(int file, const void* bytes, size count)
+ssize_t __real_write(int, const void*, std::size_t);
+ssize_t __wrap_write(int file, const void* bytes, std::size_t count)
 {
     if (fails(fault::file_write))
         return -1;
@@ -193,24 +183,6 @@ int __wrap_close(int file)
 {
     const int answer = __real_close(file);
     return fails(fault::file_close) ? -1 : answer;
-}
-
-// corvane::load_sound: running out of memory inside it has an end of its own.
-using corvane::AbstractReader;
-using tavel::Vector;
-using veloria::progress_record;
-void __real__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERKN7veloria15progress_recordE(
-    AbstractReader&, double, bool, bool, Vector<double>&, const progress_record&);
-void __wrap__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERKN7veloria15progress_recordE(
-    AbstractReader& reader, double rate, bool clip, bool normalize, Vector<double>& output,
-    const progress_record& progress)
-{
-    struct loading_scope {
-        loading_scope() { loading = true; }
-        ~loading_scope() { loading = false; }
-    } const scope;
-    __real__ZN7corvane10load_soundERNS_14AbstractReaderEdbbRN5tavel6VectorIdEERKN7veloria15progress_recordE(
-        reader, rate, clip, normalize, output, progress);
 }
 
 } // extern "C"

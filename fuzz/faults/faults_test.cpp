@@ -72,8 +72,7 @@ protected:
     std::string reference; // the bytes of the file
     std::int64_t blocks = 0;
     int descriptors = 0;
-    std::int64_t points = 0;
-    std::int64_t foreign_crashes = 0; // of libsndfile, which doesn't look at all that its allocator gives
+    std::int64_t points = 0, passes = 0;
 
     void SetUp() override
     {
@@ -100,17 +99,13 @@ protected:
     }
 
     // What holds whatever failed.
-    void expect_no_harm(const job_outcome& outcome, fault what)
+    void expect_no_harm(const job_outcome& outcome)
     {
         ++points;
-        if (what == fault::allocation && std::strncmp(outcome.crashed_in, "/libsndfile.so", 14) == 0) {
-            ++foreign_crashes;
-            return;
-        }
         ASSERT_NE(outcome.end, job_end::process_killed) << "signal " << outcome.status;
         if (outcome.end == job_end::process_exited) {
             EXPECT_EQ(outcome.status, EXIT_FAILURE);
-            EXPECT_TRUE(outcome.faults.while_loading);
+            EXPECT_EQ(contents(folder.path("stderr")), "Out of memory. Details\nstd::bad_alloc\n"); // by the load alone
             return;
         }
         EXPECT_EQ(outcome.end == job_end::finished, outcome.message[0] == '\0') << outcome.message;
@@ -124,13 +119,13 @@ protected:
     template <class CHECK>
     void fail_each(fault_plan plan, std::int64_t step, CHECK check)
     {
-        for (plan.index = testing::UnitTest::GetInstance()->random_seed() % step;; plan.index += step) {
+        for (plan.index = passes++ % step;; plan.index += step) { // each pass meets others
             SCOPED_TRACE(testing::Message() << "call " << plan.index << (plan.lasting ? " and all behind" : ""));
             const shared_outcome outcome;
             run_in_child(settings, plan, folder.path(""), -1, *outcome);
-            if (outcome->faults.hits == 0)
+            if (outcome->hits == 0)
                 break;
-            expect_no_harm(*outcome, plan.what);
+            expect_no_harm(*outcome);
             check(*outcome);
             if (HasFatalFailure() || testing::Test::HasFailure())
                 break;
@@ -159,8 +154,6 @@ TEST_F(Faults, LeaveEveryAllocationWithAStatedEnd)
                     EXPECT_NE(outcome.end, job_end::canceled);
                     if (outcome.end == job_end::failed)
                         messages.insert(outcome.message);
-                    // Inside the load it would have ended the process.
-                    EXPECT_FALSE(outcome.faults.while_loading && outcome.message == "std::bad_alloc"s);
                     EXPECT_TRUE(outcome.end != job_end::finished || contents(faulty()) == reference);
                 });
             }
@@ -169,9 +162,9 @@ TEST_F(Faults, LeaveEveryAllocationWithAStatedEnd)
     for (const std::string& message : messages)
         std::printf("state 4 with: %s\n", message.c_str());
     std::printf("finished all the same %lld, state 4 %lld, thrown %lld, thrown as a pointer %lld, exit in the load "
-                "%lld, crashed inside libsndfile %lld\n",
+                "%lld\n",
                 static_cast<long long>(ends[0]), static_cast<long long>(ends[1]), static_cast<long long>(ends[3]),
-                static_cast<long long>(ends[4]), static_cast<long long>(ends[5]), static_cast<long long>(ends[6]));
+                static_cast<long long>(ends[4]), static_cast<long long>(ends[5]));
 }
 
 struct call_case {
@@ -186,7 +179,6 @@ const call_case call_cases[] = {
     {fault::sound_open, job_end::thrown, "error opening file 'SOUND'"},
     {fault::short_read, job_end::finished, ""}, // silence from there on
     {fault::bad_read, job_end::failed, "readsnd::FileObj::read error \n"},
-    {fault::decomposition, job_end::finished, ""}, // what it left is taken
 };
 
 TEST_F(Faults, LeaveEveryCallWithAStatedEnd)
@@ -233,12 +225,13 @@ struct write_case {
     job_end end;
 };
 constexpr write_case write_cases[] = {
-    {fault::file_open, EACCES, false, job_end::failed},   {fault::file_open, EMFILE, true, job_end::failed},
-    {fault::file_write, ENOSPC, false, job_end::failed},  {fault::file_write, ENOSPC, true, job_end::failed},
-    {fault::file_write, EIO, false, job_end::failed},     {fault::file_write, EDQUOT, true, job_end::failed},
-    {fault::file_write, EINTR, false, job_end::finished}, {fault::short_write, 0, false, job_end::finished},
+    {fault::file_open, EMFILE, true, job_end::failed},
+    {fault::file_open, EINTR, false, job_end::finished},
+    {fault::file_write, ENOSPC, true, job_end::failed},
+    {fault::file_write, EINTR, false, job_end::finished},
+    {fault::short_write, 0, false, job_end::finished},
     {fault::short_write, 0, true, job_end::failed}, // in the end nothing is taken any more
-    {fault::file_close, EIO, false, job_end::failed},     {fault::file_close, ENOSPC, false, job_end::failed},
+    {fault::file_close, EIO, false, job_end::failed},
     {fault::file_close, EINTR, false, job_end::finished},
 };
 
@@ -276,7 +269,7 @@ TEST_F(Faults, TellsOfAFileCutByALimit)
         SCOPED_TRACE(limit);
         const shared_outcome outcome;
         run_in_child(settings, {fault::allocation, never}, folder.path(""), limit, *outcome);
-        ASSERT_NO_FATAL_FAILURE(expect_no_harm(*outcome, fault::file_write));
+        ASSERT_NO_FATAL_FAILURE(expect_no_harm(*outcome));
         EXPECT_EQ(outcome->end, limit < whole ? job_end::failed : job_end::finished) << outcome->message;
         EXPECT_EQ(contents(faulty()), reference.substr(0, static_cast<std::size_t>(limit)));
         EXPECT_EQ(verified_size(faulty()), limit < whole ? -1 : 60);
@@ -294,12 +287,12 @@ TEST_F(Faults, LeaveEverySeekWithSilence)
     double frame[2];
     EXPECT_EQ(file.read(frame, 30000, 1), 1);
     EXPECT_NE(frame[0], 0.0);
-    fault_record record;
+    std::atomic<std::int64_t> hits{0};
     const fault_plan plan{fault::sound_seek};
-    arm(plan, record);
+    arm(plan, hits);
     EXPECT_EQ(file.read(frame, 1000, 1), 0);
     disarm();
-    EXPECT_EQ(record.hits, 1);
+    EXPECT_EQ(hits, 1);
     EXPECT_EQ(frame[0], 0.0);
 }
 

@@ -1,11 +1,8 @@
 #include "fuzz/faults/forked_job.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <ucontext.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -79,41 +76,18 @@ void limit_file_size(std::int64_t bytes)
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-job_outcome* crashing = nullptr;
-
-void tell_where_it_crashed(int number, siginfo_t*, void* context)
-{
-#if defined(__x86_64__)
-    const auto* const registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
-    Dl_info object;
-    if (dladdr(reinterpret_cast<void*>(registers[REG_RIP]), &object) != 0)
-        std::strncpy(crashing->crashed_in, std::strrchr(object.dli_fname, '/'), sizeof crashing->crashed_in - 1);
-#endif
-    signal(number, SIG_DFL); // and again, as the handler returns to the same instruction
-}
-
-void catch_crashes(job_outcome& outcome)
-{
-    crashing = &outcome;
-    struct sigaction action = {};
-    action.sa_sigaction = tell_where_it_crashed;
-    action.sa_flags = SA_SIGINFO;
-    sigaction(SIGSEGV, &action, nullptr);
-}
-
 // Nothing here may allocate while the plan is armed but the jobs themselves.
 void child(const job_settings& settings, const fault_plan& plan, const std::string& folder, std::int64_t size_limit,
            job_outcome& outcome)
 {
     const std::string faulty = folder + "/faulty", clean = folder + "/clean";
-    dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
-    catch_crashes(outcome);
+    dup2(open((folder + "/stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
     alarm(patience);
     const std::int64_t blocks_before = living_blocks();
     if (chdir(faulty.c_str()) != 0)
         return;
     limit_file_size(size_limit);
-    arm(plan, outcome.faults);
+    arm(plan, outcome.hits);
     run_job(settings, "out.sdif", outcome);
     disarm();
     limit_file_size(-1);
