@@ -7,6 +7,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "picture/whole_file.h"
+
 /// The subcommands, a file each. `add_NAME` adds one to the program: its options, and what it does, as the callback
 /// that runs once they are read. Its exit status goes to `status`, which must outlive the program.
 namespace gabarit {
@@ -22,6 +24,13 @@ CLI::Option* add_file(CLI::App& command, std::string& path);
 /// The file that it writes; another ending than the known ones is a wrong usage.
 CLI::Option* add_output(CLI::App& command, std::string& path, bool (*is_known)(const std::string&),
                         const std::string& endings, const std::string& description);
+
+/// Whether files that exist are replaced.
+CLI::Option* add_force(CLI::App& command, picture::existing& treatment);
+
+/// Checks that none of the outputs is the gabarit, and that each can be written.
+/// @throws std::runtime_error
+void check_outputs(const std::string& file, const std::vector<std::string>& outputs, picture::existing treatment);
 
 /// Takes the names of a map.
 template <class VALUE>

@@ -20,7 +20,8 @@ std::string subtitle_of(const settings& s)
 
 } // namespace
 
-void draw(const std::string& sdif_path, const std::string& picture_path, const picture::picture_options& options)
+void draw(const std::string& sdif_path, const std::string& picture_path, const picture::picture_options& options,
+          picture::existing treatment)
 {
     reader gabarit(sdif_path);
     const settings made_with = gabarit.made_with();
@@ -47,7 +48,7 @@ void draw(const std::string& sdif_path, const std::string& picture_path, const p
         square.begin_seconds = first - step / 2.0;
         square.end_seconds = last + step / 2.0;
     }
-    picture::draw(square, picture_path, options);
+    picture::draw(square, picture_path, options, treatment);
 }
 
 } // namespace gabarit

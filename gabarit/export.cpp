@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "gabarit/reader.h"
-#include "picture/whole_file.h"
 
 namespace gabarit {
 
@@ -20,6 +19,11 @@ namespace {
 std::filesystem::path ending_of(const std::string& path)
 {
     return std::filesystem::path(path).extension();
+}
+
+std::string times_path(const std::string& path)
+{
+    return std::filesystem::path(path).replace_extension(".times.npy");
 }
 
 // Header of the array format of NumPy, version 1.0: its length with all before it is a multiple of 64.
@@ -42,10 +46,10 @@ void append_little_endian(double value, std::string& bytes)
         bytes += static_cast<char>(std::bit_cast<std::uint64_t>(value) >> shift & 0xff);
 }
 
-void export_npy(reader& gabarit, const std::string& path)
+void export_npy(reader& gabarit, const std::string& path, picture::existing treatment)
 {
-    picture::whole_file square(path);
-    picture::whole_file times(std::filesystem::path(path).replace_extension(".times.npy"));
+    picture::whole_file square(path, treatment);
+    picture::whole_file times(times_path(path), treatment);
     const std::string n = std::to_string(gabarit.size());
     square.write(npy_header("|u1", n + ", " + n));
     times.write(npy_header("<f8", n + ","));
@@ -56,8 +60,7 @@ void export_npy(reader& gabarit, const std::string& path)
         append_little_endian(read.time_seconds, time_bytes);
     }
     times.write(time_bytes);
-    square.commit();
-    times.commit();
+    picture::whole_file::commit_all({&square, &times});
 }
 
 // The shortest digits that give the number again.
@@ -80,9 +83,9 @@ std::string csv_header(const std::string& sdif_path)
     return line + '\n';
 }
 
-void export_csv(const std::string& sdif_path, reader& gabarit, const std::string& path)
+void export_csv(const std::string& sdif_path, reader& gabarit, const std::string& path, picture::existing treatment)
 {
-    picture::whole_file table(path);
+    picture::whole_file table(path, treatment);
     std::string line = csv_header(sdif_path);
     for (column read{}; table.write(line) && gabarit.next_column(read);) {
         line.clear();
@@ -103,13 +106,20 @@ bool is_export_path(const std::string& path)
     return ending_of(path) == ".npy" || ending_of(path) == ".csv";
 }
 
-void export_numbers(const std::string& sdif_path, const std::string& path)
+std::vector<std::string> exported_files(const std::string& path)
+{
+    if (ending_of(path) == ".npy")
+        return {path, times_path(path)};
+    return {path};
+}
+
+void export_numbers(const std::string& sdif_path, const std::string& path, picture::existing treatment)
 {
     reader gabarit(sdif_path);
     if (ending_of(path) == ".npy")
-        export_npy(gabarit, path);
+        export_npy(gabarit, path, treatment);
     else
-        export_csv(sdif_path, gabarit, path);
+        export_csv(sdif_path, gabarit, path, treatment);
 }
 
 } // namespace gabarit

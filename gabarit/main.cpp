@@ -4,11 +4,12 @@
 
 int main(int argc, char** argv)
 {
+    picture::prepare_for_signals();
     int status = 0;
     CLI::App program("Shows, checks and exports gabarits: files that hold how alike every moment of a sound is to "
                      "every other.",
                      "gabarit");
-    program.set_version_flag("--version", "gabarit " GABARIT_VERSION);
+    program.set_version_flag("-V,--version", "gabarit " GABARIT_VERSION);
     program.require_subcommand(1);
     gabarit::add_info(program, status);
     gabarit::add_verify(program, status);

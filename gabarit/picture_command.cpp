@@ -1,7 +1,4 @@
-#include <filesystem>
 #include <memory>
-#include <stdexcept>
-#include <system_error>
 
 #include "gabarit/commands.h"
 #include "gabarit/draw_gabarit.h"
@@ -22,6 +19,7 @@ struct arguments {
     std::string file, out;
     std::string origin = "bottom", map = "gray";
     picture_options options;
+    picture::existing treatment = picture::existing::refuse;
 };
 
 void add_options(CLI::App& command, arguments& given)
@@ -39,6 +37,7 @@ void add_options(CLI::App& command, arguments& given)
         ->check(CLI::Range(100, 10000).description(""));
     command.add_flag("--plain", given.options.plain,
                      "The square alone, without axes, a pixel per cell; no larger than --size if that is given");
+    add_force(command, given.treatment);
 }
 
 } // namespace
@@ -52,10 +51,8 @@ void add_picture(CLI::App& program, int& status)
         given->options.begins_at = origins.at(given->origin);
         given->options.colors = color_maps.at(given->map);
         status = run_on(given->file, [&] {
-            std::error_code unknown;
-            if (std::filesystem::equivalent(given->file, given->out, unknown))
-                throw std::runtime_error("would be overwritten");
-            draw(given->file, given->out, given->options);
+            check_outputs(given->file, {given->out}, given->treatment);
+            draw(given->file, given->out, given->options, given->treatment);
         });
     });
 }

@@ -24,7 +24,7 @@ summary::outcome analyse(const marquen::options& chosen)
     if (end.state != veloria::process_finished)
         throw std::runtime_error(end.message);
     if (!chosen.picture.empty())
-        gabarit::draw(chosen.similarity, chosen.picture, {});
+        gabarit::draw(chosen.similarity, chosen.picture, {}, picture::existing::replace);
     return summary::finished;
 }
 

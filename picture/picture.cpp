@@ -10,7 +10,6 @@
 #include <cairo.h>
 
 #include "picture/page.h"
-#include "picture/whole_file.h"
 
 namespace picture {
 
@@ -122,12 +121,12 @@ int square_pixels(int cells, const std::string& path, const picture_options& opt
     return form == picture_form::png ? side : 2 * side;
 }
 
-void draw(const square& drawn, const std::string& path, const picture_options& options)
+void draw(const square& drawn, const std::string& path, const picture_options& options, existing treatment)
 {
     const picture_form form = form_of(path);
     if (options.plain && drawn.cells == 0)
         throw std::runtime_error("there are no frames to draw");
-    whole_file file(path);
+    whole_file file(path, treatment);
     if (options.plain && form == picture_form::png) {
         commit(square_image(drawn, options).get(), form, file);
     } else {

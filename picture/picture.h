@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "picture/whole_file.h"
+
 namespace picture {
 
 /// Byte to colour: 255 is white in `gray`, black in `inverted`.
@@ -38,6 +40,6 @@ int square_pixels(int cells, const std::string& path, const picture_options& opt
 /// Draws a square whose two axes are the time, in the form that the ending of the path names. The picture appears under
 /// its name once it is whole.
 /// @throws std::invalid_argument for another ending; std::runtime_error for a failing write
-void draw(const square& drawn, const std::string& path, const picture_options& options);
+void draw(const square& drawn, const std::string& path, const picture_options& options, existing treatment);
 
 } // namespace picture

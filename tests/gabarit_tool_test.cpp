@@ -271,7 +271,7 @@ TEST(Picture, IsPlainCellByCell)
     const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
     write_example(file, 60);
     for (const auto origin : {picture_options::origin::bottom, picture_options::origin::top}) {
-        gabarit::draw(file, out, {origin, color_map::inverted, 0, true});
+        gabarit::draw(file, out, {origin, color_map::inverted, 0, true}, picture::existing::replace);
         const png drawn(out);
         ASSERT_EQ(drawn.width, 60);
         ASSERT_EQ(drawn.height, 60);
@@ -281,7 +281,7 @@ TEST(Picture, IsPlainCellByCell)
                 ASSERT_EQ(drawn.at(x, y), 0x010101u * (255u - similarity_of(x, row)));
             }
     }
-    gabarit::draw(file, out, {picture_options::origin::bottom, color_map::gray, 30, true});
+    gabarit::draw(file, out, {picture_options::origin::bottom, color_map::gray, 30, true}, picture::existing::replace);
     EXPECT_EQ(png(out).width, 30);
     EXPECT_EQ(png(out).at(5, 29 - 20), 0x010101u * 200);
 }
@@ -292,7 +292,8 @@ TEST(Picture, HasTheSizeAskedForAndEachCellInItsPlace)
     const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
     write_example(file, 60);
     for (const int size : {100, 333, 1000}) {
-        gabarit::draw(file, out, {picture_options::origin::bottom, color_map::gray, size, false});
+        gabarit::draw(file, out, {picture_options::origin::bottom, color_map::gray, size, false},
+                      picture::existing::replace);
         EXPECT_EQ(png(out).width, size);
         EXPECT_EQ(png(out).height, size);
     }
@@ -331,7 +332,8 @@ TEST(Tool, DrawsEveryFormAndAnySize)
             EXPECT_EQ(run(folder, "picture --map cubehelix " + folder.path("g.sdif") + " " + out).status, 0);
             EXPECT_THAT(contents(out), StartsWith(start));
         }
-        EXPECT_EQ(run(folder, "picture --plain " + folder.path("g.sdif") + " " + folder.path("p.png")).status, n == 0);
+        EXPECT_EQ(run(folder, "picture -f --plain " + folder.path("g.sdif") + " " + folder.path("p.png")).status,
+                  n == 0);
     }
 }
 
@@ -384,7 +386,10 @@ TEST(Tool, EndsWithItsStatusAndNoHalfFile)
         std::string output, error;
         std::string before;
     };
-    const std::string little_room = "trap '' XFSZ; ulimit -f 2; ";
+    const std::string own = folder.path("own.times.npy"), old = folder.path("old.times.npy");
+    write(own, whole);
+    write(old, "old");
+    const std::string little_room = "ulimit -f 2; ";
     const run_case cases[] = {
         {"verify " + good, 0, good + ": whole, n = 60\n", "", ""},
         {"verify " + cut + " " + good, 1, cut_text + "\n" + good + ": whole, n = 60\n", "", ""},
@@ -398,6 +403,8 @@ TEST(Tool, EndsWithItsStatusAndNoHalfFile)
         {"picture " + good + " " + out + ".png", 1, "", "can't be written: File too large", little_room},
         {"picture " + good + " " + out + ".pdf", 1, "", "can't be written: File too large", little_room},
         {"export " + good + " " + out + ".csv", 1, "", "can't be written: File too large", little_room},
+        {"export -f " + own + " " + folder.path("own.npy"), 1, "", "would be overwritten by '" + own + "'", ""},
+        {"export " + good + " " + folder.path("old.npy"), 1, "", old + "' exists (--force replaces it)", ""},
         {"picture " + good + " " + out + ".gif", 2, "", "must end in .png, .svg or .pdf", ""},
         {"export " + good + " " + out + ".txt", 2, "", "must end in .npy or .csv", ""},
         {"picture " + good + " " + out + ".png --map red", 2, "", "red not in", ""},
@@ -412,8 +419,12 @@ TEST(Tool, EndsWithItsStatusAndNoHalfFile)
         EXPECT_THAT(end.output, c.output);
         EXPECT_THAT(end.error, HasSubstr(c.error));
     }
+    EXPECT_EQ(std::system((GABARIT " info " + good + " >/dev/full 2>" + folder.path("stderr")).c_str()), 1 << 8);
+    EXPECT_THAT(contents(folder.path("stderr")), HasSubstr("the standard output can't be written"));
     for (const auto& entry : std::filesystem::directory_iterator(folder.path("")))
-        EXPECT_THAT(entry.path().filename(), testing::AnyOf("good.sdif", "cut.sdif", "stdout", "stderr"));
+        EXPECT_THAT(entry.path().filename(),
+                    testing::AnyOf("good.sdif", "cut.sdif", "own.times.npy", "old.times.npy", "stdout", "stderr"));
+    EXPECT_EQ(contents(own) + contents(old), whole + "old");
 }
 
 } // namespace
