@@ -8,7 +8,6 @@
 #include "features/power_spectrum.h"
 #include "features/running_median.h"
 #include "fft/window.h"
-#include "tavel/clones.h"
 #include "tavel/min_max_elem.h"
 
 namespace veloria {
@@ -25,7 +24,6 @@ int transform_size_of(int length)
 }
 
 // Eight running maxima side by side, each from the first power on: a NaN there stays, any other is passed over.
-TAVEL_CLONES
 float largest_power(const float* power, int count)
 {
     constexpr int lanes = 8;

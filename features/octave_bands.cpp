@@ -4,8 +4,6 @@
 #include <bit>
 #include <cmath>
 
-#include "tavel/clones.h"
-
 namespace veloria {
 
 namespace {
@@ -15,7 +13,6 @@ enum key_order : std::int32_t { ascending = 0, descending = -1 };
 
 constexpr std::int32_t magnitude_bits = 0x7fffffff;
 
-TAVEL_CLONES
 void order_keys(const float* __restrict power, int count, std::int32_t order, std::int32_t* __restrict keys)
 {
     for (int i = 0; i < count; ++i)
@@ -27,7 +24,6 @@ struct key_range {
     std::int32_t largest;
 };
 
-TAVEL_CLONES
 key_range range_of_keys(const std::int32_t* keys, int count)
 {
     key_range range{keys[0], keys[0]};
@@ -38,7 +34,6 @@ key_range range_of_keys(const std::int32_t* keys, int count)
     return range;
 }
 
-TAVEL_CLONES
 int count_keys_below(const std::int32_t* keys, int count, std::int32_t bound)
 {
     int below = 0;
@@ -48,7 +43,6 @@ int count_keys_below(const std::int32_t* keys, int count, std::int32_t bound)
 }
 
 // Eight sums side by side; what isn't below the bound adds a zero.
-TAVEL_CLONES
 float sum_powers_below(const std::int32_t* keys, int count, std::int32_t bound, std::int32_t order)
 {
     constexpr int lanes = 8;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "fft/realfft_vec.h"
-#include "tavel/clones.h"
 
 namespace veloria {
 
@@ -11,7 +10,6 @@ namespace {
 
 // Eight sums side by side: one after the other, the additions would take longer than all else here but the
 // transform.
-TAVEL_CLONES
 float sum_of_frame(const float* frame, int length)
 {
     constexpr int lanes = 8;
@@ -28,14 +26,12 @@ float sum_of_frame(const float* frame, int length)
     return sum;
 }
 
-TAVEL_CLONES
 void apply_window(const float* __restrict window, float mean, int length, float* __restrict frame)
 {
     for (int i = 0; i < length; ++i)
         frame[i] = (frame[i] - mean) * window[i];
 }
 
-TAVEL_CLONES
 void powers_of_bins(const float* __restrict spectrum, int count, float* __restrict power)
 {
     for (int k = 0; k < count; ++k) {

@@ -13,7 +13,6 @@
 #include "features/octave_bands.h"
 #include "features/power_spectrum.h"
 #include "fft/window.h"
-#include "tavel/clones.h"
 
 namespace veloria {
 
@@ -39,7 +38,6 @@ tavel::Vector<float> scaled_blackman(int length)
 }
 
 // First-order high-pass y[n] = x[n] - 0.97 x[n - 1]; reads the sample before the first one.
-TAVEL_CLONES
 void preemphasise(const double* __restrict samples, int length, float* __restrict frame)
 {
     for (int n = 0; n < length; ++n)

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <cstddef>
 
-#include "tavel/clones.h"
-
 namespace veloria {
 
 namespace {
@@ -17,7 +15,6 @@ constexpr int last_bin = bin_count - 1;
 constexpr double underestimate = 1.0 - 1e-12;
 
 // The bin of each distance, bin_count for a NaN. No distance is above the last centre by more than rounding.
-TAVEL_CLONES
 void find_bins(const double* distances, int count, double scale, double width, std::int32_t* __restrict bins)
 {
     const double bins_per_unit = underestimate / width;
@@ -35,7 +32,6 @@ void find_bins(const double* distances, int count, double scale, double width, s
 
 // In place, from the values at the centres and one behind them that only has to be readable. Selects between results
 // instead of branching, so that the loop vectorises.
-TAVEL_CLONES
 void interpolate(double* __restrict distances, int count, double scale, double width, const double* __restrict values,
                  double* __restrict largest)
 {

@@ -6,7 +6,6 @@
 
 #include "similarity/equalisation.h"
 #include "similarity/pair_distances.h"
-#include "tavel/clones.h"
 
 namespace veloria {
 
@@ -59,7 +58,6 @@ value_range equalise(tavel::Matrix<double>& distance, double largest_distance, c
 }
 
 // Adds values to sums after scaling them to a lowest of 0.0.
-TAVEL_CLONES
 void add_normalized(const double* values, int count, double lowest, double scale, double* __restrict sums)
 {
     for (int r = 0; r < count; ++r)
@@ -67,7 +65,6 @@ void add_normalized(const double* values, int count, double lowest, double scale
 }
 
 // The same with the sums handed over: they replace the values and leave zeros behind.
-TAVEL_CLONES
 void take_normalized_sums(double* __restrict values, int count, double lowest, double scale, double* __restrict sums)
 {
     for (int r = 0; r < count; ++r) {

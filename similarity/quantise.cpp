@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "tavel/clones.h"
-
 namespace veloria {
 
 namespace {
@@ -31,7 +29,6 @@ value_range find_range(const tavel::Matrix<double>& distance)
 
 // Levels lie between 0 and 255 but for two that become 0: a NaN, and minus infinity from a range so small that its
 // inverse is infinite.
-TAVEL_CLONES
 void quantise_column(const double* distances, int count, double smallest, double scale, unsigned char* __restrict bytes)
 {
     for (int i = 0; i < count; ++i) {
