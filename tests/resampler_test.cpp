@@ -33,15 +33,17 @@ TEST(Resampler, SizesItsFilterFromTheReducedRatio)
         EXPECT_EQ(numbers(Resampler(11025, rate_hz).sizes()), numbers(sizes)) << rate_hz;
 }
 
-// All outputs, those of the flush last. Takes a copy of the resampler, which spares its design.
-std::vector<double> resample(Resampler resampler, const std::vector<double>& samples, int block)
+// All outputs of blocks of these sizes in turn, those of the flush last. Takes a copy of the resampler, which spares
+// its design.
+std::vector<double> resample(Resampler resampler, const std::vector<double>& samples, const std::vector<int>& blocks)
 {
     const filter_sizes& s = resampler.sizes();
     const std::int64_t length = (s.up * std::ssize(samples) + s.down - 1) / s.down;
     std::vector<double> out(static_cast<std::size_t>(length + 1), -77.0);
     std::span<double> room(out.data(), out.size() - 1);
+    std::size_t turn = 0;
     for (int i = 0, n; i < std::ssize(samples); i += n) {
-        n = std::min(block, static_cast<int>(samples.size()) - i);
+        n = std::min(blocks[turn++ % blocks.size()], static_cast<int>(samples.size()) - i);
         std::copy_n(samples.begin() + i, n, resampler.input_area());
         const auto count = static_cast<std::size_t>(resampler.output_count(n));
         resampler.run(n, room);
@@ -70,16 +72,16 @@ TEST(Resampler, SumsEvenAndOddTapsOfAWindowedLowpassApartWhateverTheBlocks)
     std::vector<double> samples(size);
     for (double& sample : samples)
         sample = std::uniform_real_distribution(-1.0, 1.0)(engine);
-    for (const int rate_hz : {8000, 9450, 22050, 44100, 48000}) {
+    for (const int rate_hz : {8000, 9450, 16000, 22050, 24000, 32000, 44100, 48000}) {
         const Resampler resampler(11025, rate_hz);
         const filter_sizes& s = resampler.sizes();
         const auto up = static_cast<double>(s.up), down = static_cast<double>(s.down);
         std::vector<std::vector<double>> responses; // to a unit impulse at each sample: the coefficients themselves
         for (std::vector<double> impulse(size); std::ssize(responses) < size; impulse.assign(size, 0.0)) {
             impulse[responses.size()] = 1.0;
-            responses.push_back(resample(resampler, impulse, size));
+            responses.push_back(resample(resampler, impulse, {size}));
         }
-        const std::vector<double> whole = resample(resampler, samples, size);
+        const std::vector<double> whole = resample(resampler, samples, {size});
         for (std::int64_t m = 0; m < std::ssize(whole); ++m) {
             const std::int64_t start = (m + s.latency) * s.down / s.up - (s.taps - 1);
             double sums[2] = {}, flushed = 0.0;
@@ -93,10 +95,10 @@ TEST(Resampler, SumsEvenAndOddTapsOfAWindowedLowpassApartWhateverTheBlocks)
             const bool of_flush = m >= std::ssize(whole) - s.latency;
             ASSERT_EQ(whole.data()[m], of_flush ? flushed : sums[0] + sums[1]) << rate_hz << ", output " << m;
         }
-        for (const int block : {71, 300, 599})
-            EXPECT_EQ(resample(resampler, samples, block), whole) << rate_hz << " in blocks of " << block;
+        for (const std::vector<int>& blocks : {std::vector{71}, {300}, {599}, {91, 1, 2, 3, 128, 64, 7}})
+            EXPECT_EQ(resample(resampler, samples, blocks), whole) << rate_hz << testing::PrintToString(blocks);
     }
-    EXPECT_EQ(resample(Resampler(8000, 8000), samples, 71), samples);
+    EXPECT_EQ(resample(Resampler(8000, 8000), samples, {71}), samples);
 }
 
 TEST(Resampler, RefusesWhatItCantConvert)

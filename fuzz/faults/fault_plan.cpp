@@ -14,7 +14,7 @@
 namespace {
 
 std::atomic<const fault_plan*> plan{nullptr};
-std::atomic<std::int64_t>* hits = nullptr;
+std::int64_t* hits = nullptr;
 std::atomic<std::int64_t> calls, blocks;
 std::atomic<bool> sound_is_bad;
 thread_local bool opening = false;
@@ -28,7 +28,7 @@ bool fails(fault what)
     const std::int64_t call = calls++;
     if (call != current->index && !(current->lasting && call > current->index))
         return false;
-    ++*hits;
+    ++std::atomic_ref(*hits);
     errno = what == fault::allocation ? ENOMEM : current->error;
     return true;
 }
@@ -42,7 +42,7 @@ void* counted(void* block)
 
 } // namespace
 
-void arm(const fault_plan& new_plan, std::atomic<std::int64_t>& new_hits)
+void arm(const fault_plan& new_plan, std::int64_t& new_hits)
 {
     host = pthread_self();
     calls = 0;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 /// What can be made to fail: calls of the C library and of libsndfile, as the library makes them.
@@ -28,7 +27,7 @@ struct fault_plan {
 };
 
 /// From now on calls fail by the plan and are counted in `hits`. Both must outlive disarm().
-void arm(const fault_plan& plan, std::atomic<std::int64_t>& hits);
+void arm(const fault_plan& plan, std::int64_t& hits);
 
 /// All calls work again.
 void disarm();

@@ -3,15 +3,12 @@
 // FAULT_STRIDE in the environment is the step from one point to the next, 1 for all of them.
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <new>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -46,25 +43,6 @@ int verified_size(const std::string& path)
     }
 }
 
-// An outcome that a child can write into.
-class shared_outcome {
-public:
-    shared_outcome()
-        : memory(mmap(nullptr, sizeof(job_outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
-    {
-        new (memory) job_outcome;
-    }
-    shared_outcome(const shared_outcome&) = delete;
-    shared_outcome& operator=(const shared_outcome&) = delete;
-    ~shared_outcome() { munmap(memory, sizeof(job_outcome)); }
-
-    job_outcome& operator*() const { return *static_cast<job_outcome*>(memory); }
-    job_outcome* operator->() const { return static_cast<job_outcome*>(memory); }
-
-private:
-    void* memory;
-};
-
 class Faults : public testing::Test {
 protected:
     test_folder folder;
@@ -88,14 +66,13 @@ protected:
     // What a job without a fault leaves, to compare the others with.
     void learn()
     {
-        const shared_outcome outcome;
-        run_in_child(settings, {fault::allocation, never}, folder.path(""), -1, *outcome);
-        ASSERT_EQ(outcome->end, job_end::finished) << outcome->message;
+        const job_outcome outcome = run_in_child(settings, {fault::allocation, never}, folder.path(""));
+        ASSERT_EQ(outcome.end, job_end::finished) << outcome.message;
         reference = contents(faulty());
         ASSERT_GE(verified_size(faulty()), 0);
         ASSERT_EQ(contents(clean()), reference);
-        blocks = outcome->blocks;
-        descriptors = outcome->descriptors;
+        blocks = outcome.blocks;
+        descriptors = outcome.descriptors;
     }
 
     // What holds whatever failed.
@@ -121,12 +98,11 @@ protected:
     {
         for (plan.index = passes++ % step;; plan.index += step) { // each pass meets others
             SCOPED_TRACE(testing::Message() << "call " << plan.index << (plan.lasting ? " and all behind" : ""));
-            const shared_outcome outcome;
-            run_in_child(settings, plan, folder.path(""), -1, *outcome);
-            if (outcome->hits == 0)
+            const job_outcome outcome = run_in_child(settings, plan, folder.path(""));
+            if (outcome.hits == 0)
                 break;
-            expect_no_harm(*outcome);
-            check(*outcome);
+            expect_no_harm(outcome);
+            check(outcome);
             if (HasFatalFailure() || testing::Test::HasFailure())
                 break;
         }
@@ -267,10 +243,9 @@ TEST_F(Faults, TellsOfAFileCutByALimit)
     const auto whole = static_cast<std::int64_t>(reference.size());
     for (std::int64_t limit = 0; limit <= whole; limit += limit < whole ? std::min(stride(), whole - limit) : 1) {
         SCOPED_TRACE(limit);
-        const shared_outcome outcome;
-        run_in_child(settings, {fault::allocation, never}, folder.path(""), limit, *outcome);
-        ASSERT_NO_FATAL_FAILURE(expect_no_harm(*outcome));
-        EXPECT_EQ(outcome->end, limit < whole ? job_end::failed : job_end::finished) << outcome->message;
+        const job_outcome outcome = run_in_child(settings, {fault::allocation, never}, folder.path(""), limit);
+        ASSERT_NO_FATAL_FAILURE(expect_no_harm(outcome));
+        EXPECT_EQ(outcome.end, limit < whole ? job_end::failed : job_end::finished) << outcome.message;
         EXPECT_EQ(contents(faulty()), reference.substr(0, static_cast<std::size_t>(limit)));
         EXPECT_EQ(verified_size(faulty()), limit < whole ? -1 : 60);
         if (HasFailure())
@@ -287,7 +262,7 @@ TEST_F(Faults, LeaveEverySeekWithSilence)
     double frame[2];
     EXPECT_EQ(file.read(frame, 30000, 1), 1);
     EXPECT_NE(frame[0], 0.0);
-    std::atomic<std::int64_t> hits{0};
+    std::int64_t hits = 0;
     const fault_plan plan{fault::sound_seek};
     arm(plan, hits);
     EXPECT_EQ(file.read(frame, 1000, 1), 0);

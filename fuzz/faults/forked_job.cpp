@@ -1,12 +1,14 @@
 #include "fuzz/faults/forked_job.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <exception>
+#include <new>
 #include <stdexcept>
 
 using namespace veloria;
@@ -102,18 +104,22 @@ void child(const job_settings& settings, const fault_plan& plan, const std::stri
 
 } // namespace
 
-void run_in_child(const job_settings& settings, const fault_plan& plan, const std::string& folder,
-                  std::int64_t size_limit, job_outcome& outcome)
+job_outcome run_in_child(const job_settings& settings, const fault_plan& plan, const std::string& folder,
+                         std::int64_t size_limit)
 {
+    void* const memory = mmap(nullptr, sizeof(job_outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    job_outcome& shared = *new (memory) job_outcome;
     for (const char* name : {"/faulty/out.sdif", "/clean/out.sdif"})
         unlink((folder + name).c_str());
     const pid_t process = fork();
     if (process == 0) {
-        child(settings, plan, folder, size_limit, outcome);
+        child(settings, plan, folder, size_limit, shared);
         _exit(0);
     }
     int status = 0;
     waitpid(process, &status, 0);
+    job_outcome outcome = shared;
+    munmap(memory, sizeof(job_outcome));
     if (WIFSIGNALED(status)) {
         outcome.end = job_end::process_killed;
         outcome.status = WTERMSIG(status);
@@ -121,4 +127,5 @@ void run_in_child(const job_settings& settings, const fault_plan& plan, const st
         outcome.end = job_end::process_exited;
         outcome.status = WEXITSTATUS(status);
     }
+    return outcome;
 }

@@ -19,11 +19,11 @@ enum class job_end { finished, failed, canceled, thrown, thrown_as_pointer, proc
 
 struct job_outcome {
     job_end end = job_end::process_killed;
-    int status = 0;                    ///< of a process that exited, or the signal that killed it
-    char message[256] = {};            ///< what was thrown or stored
-    int refused_calls = 0;             ///< calls of the host that threw "error locking mutex" and were made again
-    std::atomic<std::int64_t> hits{0}; ///< calls that failed
-    std::int64_t blocks = 0;           ///< memory and files still held after the job and two good ones behind it
+    int status = 0;          ///< of a process that exited, or the signal that killed it
+    char message[256] = {};  ///< what was thrown or stored
+    int refused_calls = 0;   ///< calls of the host that threw "error locking mutex" and were made again
+    std::int64_t hits = 0;   ///< calls that failed
+    std::int64_t blocks = 0; ///< memory and files still held after the job and two good ones behind it
     int descriptors = 0;
 };
 
@@ -31,5 +31,5 @@ struct job_outcome {
 /// FOLDER/faulty/out.sdif, the others FOLDER/clean/out.sdif, both under the name "out.sdif"; FOLDER/stderr has what was
 /// printed.
 /// @param size_limit bytes that a file may have (RLIMIT_FSIZE), negative for no limit
-void run_in_child(const job_settings& settings, const fault_plan& plan, const std::string& folder,
-                  std::int64_t size_limit, job_outcome& outcome);
+job_outcome run_in_child(const job_settings& settings, const fault_plan& plan, const std::string& folder,
+                         std::int64_t size_limit = -1);
