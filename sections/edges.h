@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vector>
+
+#include "sections/parameters.h"
+#include "sections/square.h"
+
+namespace sections {
+
+/// Moves each cut to where the moments go over from one letter to the other, by all sections of the two letters and
+/// by the stripes between them: the cut of a block knows only its two neighbours.
+/// @param letters  of the sections; those of neighbours differ
+/// @return one more than sections, in moments and parts of them, from 0 to n
+std::vector<double> place_cuts(const square& similarity, const std::vector<range>& sections,
+                               const std::vector<int>& letters, const parameters& chosen, const moment_counts& counts);
+
+} // namespace sections
