@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "fft/window.h"
-#include "tavel/clones.h"
 #include "tavel/error.h"
 #include "tavel/saturate.h"
 #include "tavel/sig_proc/tavel_firls.h"
@@ -22,14 +21,16 @@ rational rational_ratio(double x)
     const double tolerance = std::max(1e-12, std::abs(x) * std::numeric_limits<double>::epsilon());
     double numerator = 1.0, denominator = 0.0;
     double last_numerator = 0.0, last_denominator = 1.0;
-    double y = x;
-    // The test is turned round so that a NaN ends the loop.
-    do {
+    for (double y = x;; y = 1.0 / y) {
         const double digit = std::round(y);
-        y = 1.0 / (y - digit);
         last_numerator = std::exchange(numerator, numerator * digit + last_numerator);
         last_denominator = std::exchange(denominator, denominator * digit + last_denominator);
-    } while (std::abs(numerator / denominator - x) >= tolerance);
+        // Not with <, so that a NaN ends the loop; before the division, which would be by 0 where the fraction is
+        // exact.
+        if (!(std::abs(numerator / denominator - x) >= tolerance))
+            break;
+        y -= digit;
+    }
     const double sign = denominator < 0.0 ? -1.0 : 1.0;
     return {tavel::saturate_cast<std::uint32_t>(numerator / sign),
             tavel::saturate_cast<std::uint32_t>(std::abs(denominator))};
@@ -62,15 +63,16 @@ std::vector<double> design_phases(const filter_sizes& filter)
     const double cutoff = 0.5 / static_cast<double>(std::max(filter.up, filter.down));
     const tavel::Vector<double> lowpass =
         tavel::firls(coefficients - 1, {0.0, 2.0 * cutoff, 2.0 * cutoff, 1.0}, {1.0, 1.0, 0.0, 0.0});
-    std::vector<double> window(static_cast<std::size_t>(coefficients));
-    libfft::make_window(kaiser_window, coefficients, window.data(), kaiser_beta);
+    tavel::Vector<double> window(coefficients);
+    libfft::make_window(kaiser_window, coefficients, window.data, kaiser_beta);
 
     std::vector<double> phases(static_cast<std::size_t>(filter.up * filter.taps));
+    double* const table = phases.data();
     const double gain = static_cast<double>(filter.up);
     for (int i = 0; i < coefficients; ++i) {
         const std::int64_t e = filter.padding + i;
         const std::int64_t row = e % filter.up, tap = filter.taps - 1 - e / filter.up;
-        phases.data()[row * filter.taps + tap] = gain * lowpass[i] * window.data()[i];
+        table[row * filter.taps + tap] = gain * lowpass[i] * window[i];
     }
     return phases;
 }
@@ -107,53 +109,27 @@ std::int64_t Resampler::output_count(int n) const
 
 namespace {
 
-using quad = double __attribute__((vector_size(32)));
+using pair = double __attribute__((vector_size(16)));
 
-void load(const double* source, quad& values)
+pair load(const double* source)
 {
+    pair values;
     std::memcpy(&values, source, sizeof values);
+    return values;
 }
 
-// The dot products of one row with `count` stretches of the input. Even and odd taps are summed apart, whatever the
-// stretch, and added at the end. Four outputs at a time hide the latency of the additions; each quad holds the two
-// sums of an output and of the next one.
-TAVEL_CLONES
+// The dot products of one row with COUNT stretches of the input, side by side to hide the latency of the additions.
+// Even and odd taps are summed apart, in the two lanes, and added at the end.
+template <int COUNT>
 void filter_stretches(const double* row, std::ptrdiff_t taps, const double* input, std::ptrdiff_t input_step,
-                      std::ptrdiff_t count, double* output, std::ptrdiff_t output_step)
+                      double* output, std::ptrdiff_t output_step)
 {
-    for (; count >= 4; count -= 4, input += 4 * input_step, output += 4 * output_step) {
-        quad sums[2] = {};
-        std::ptrdiff_t t = 0;
-        for (; t + 4 <= taps; t += 4) {
-            quad coefficients;
-            load(row + t, coefficients);
-            for (int g = 0; g < 2; ++g) {
-                quad first, second;
-                load(input + 2 * g * input_step + t, first);
-                load(input + (2 * g + 1) * input_step + t, second);
-                first *= coefficients;
-                second *= coefficients;
-                sums[g] += __builtin_shufflevector(first, second, 0, 1, 4, 5);
-                sums[g] += __builtin_shufflevector(first, second, 2, 3, 6, 7);
-            }
-        }
-        for (int g = 0; g < 2; ++g) {
-            const double* const x = input + 2 * g * input_step + t;
-            const double* const next_x = x + input_step;
-            if (t < taps)
-                sums[g] += quad{row[t] * x[0], row[t + 1] * x[1], row[t] * next_x[0], row[t + 1] * next_x[1]};
-            output[2 * g * output_step] = sums[g][0] + sums[g][1];
-            output[(2 * g + 1) * output_step] = sums[g][2] + sums[g][3];
-        }
-    }
-    for (; count > 0; --count, input += input_step, output += output_step) {
-        double even = 0.0, odd = 0.0;
-        for (std::ptrdiff_t t = 0; t < taps; t += 2) {
-            even += row[t] * input[t];
-            odd += row[t + 1] * input[t + 1];
-        }
-        *output = even + odd;
-    }
+    pair sums[COUNT] = {};
+    for (std::ptrdiff_t t = 0; t < taps; t += 2)
+        for (int m = 0; m < COUNT; ++m)
+            sums[m] += load(row + t) * load(input + m * input_step + t);
+    for (int m = 0; m < COUNT; ++m)
+        output[m * output_step] = sums[m][0] + sums[m][1];
 }
 
 } // namespace
@@ -167,15 +143,19 @@ void Resampler::run(int n, std::span<double> out)
         std::copy_n(input.begin(), n, out.begin());
         return;
     }
-    // Outputs that are `up` apart share a row of coefficients, and their stretches lie `down` samples apart.
     const std::int64_t all = positions(n);
-    const std::int64_t rows = std::min(filter.up, count);
-    std::int64_t position = phase + (all - count) * filter.down;
-    for (std::int64_t m = 0; m < rows; ++m, position += filter.down) {
-        const double* const row = phases.data() + position % filter.up * filter.taps;
-        const double* const stretch = input.data() + position / filter.up;
-        const std::int64_t outputs = (count - m + filter.up - 1) / filter.up;
-        filter_stretches(row, filter.taps, stretch, filter.down, outputs, out.data() + m, filter.up);
+    // Outputs that are `up` apart share a row of coefficients, and their stretches lie `down` samples apart.
+    const std::int64_t up = filter.up, down = filter.down;
+    double* const outputs = out.data();
+    std::int64_t position = phase + (all - count) * down;
+    for (std::int64_t first = 0; first < std::min(up, count); ++first, position += down) {
+        const double* const row = phases.data() + position % up * filter.taps;
+        const double* stretch = input.data() + position / up;
+        std::int64_t m = first;
+        for (; m + 3 * up < count; m += 4 * up, stretch += 4 * down)
+            filter_stretches<4>(row, filter.taps, stretch, down, outputs + m, up);
+        for (; m < count; m += up, stretch += down)
+            filter_stretches<1>(row, filter.taps, stretch, down, outputs + m, up);
     }
     phase += all * filter.down - n * filter.up;
     first_block = false;
@@ -188,14 +168,15 @@ void Resampler::flush(std::span<double> out) const
         throw tavel::error("Output vector too small.");
     // What the samples past the end would add is left out.
     std::int64_t position = phase;
-    for (std::int64_t m = 0; m < filter.latency; ++m, position += filter.down) {
+    for (double& output : out.first(static_cast<std::size_t>(filter.latency))) {
         const double* const row = phases.data() + position % filter.up * filter.taps;
         const std::int64_t shift = position / filter.up;
         const double* const history = input.data() + shift;
         double sum = 0.0;
         for (std::int64_t t = 0; t < filter.taps - shift - 1; ++t)
             sum += history[t] * row[t];
-        out.data()[m] = sum;
+        output = sum;
+        position += filter.down;
     }
 }
 

@@ -1,6 +1,7 @@
 #include "audio/resampler.h"
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -31,6 +32,10 @@ TEST(Resampler, SizesItsFilterFromTheReducedRatio)
     };
     for (const auto& [rate_hz, sizes] : cases)
         EXPECT_EQ(numbers(Resampler(11025, rate_hz).sizes()), numbers(sizes)) << rate_hz;
+
+    std::feclearexcept(FE_ALL_EXCEPT); // a host may have made traps of them
+    corvane::rational_ratio(11025.0 / 44100.0);
+    EXPECT_FALSE(std::fetestexcept(FE_DIVBYZERO));
 }
 
 // All outputs of blocks of these sizes in turn, those of the flush last. Takes a copy of the resampler, which spares
