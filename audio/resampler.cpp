@@ -40,7 +40,6 @@ namespace {
 
 constexpr std::int64_t half_length = 10; // of the filter, in steps of the coarser grid
 constexpr double kaiser_beta = 5.0;
-constexpr int kaiser_window = 5;
 
 filter_sizes size_filter(const rational& ratio)
 {
@@ -64,7 +63,7 @@ std::vector<double> design_phases(const filter_sizes& filter)
     const tavel::Vector<double> lowpass =
         tavel::firls(coefficients - 1, {0.0, 2.0 * cutoff, 2.0 * cutoff, 1.0}, {1.0, 1.0, 0.0, 0.0});
     tavel::Vector<double> window(coefficients);
-    libfft::make_window(kaiser_window, coefficients, window.data, kaiser_beta);
+    libfft::make_window(libfft::window_kind::kaiser, coefficients, window.data, kaiser_beta);
 
     std::vector<double> phases(static_cast<std::size_t>(filter.up * filter.taps));
     double* const table = phases.data();

@@ -64,7 +64,7 @@ void kaiser_window(benchmark::State& state)
 {
     std::vector<double> values(static_cast<std::size_t>(state.range(0)));
     for (auto _ : state) {
-        libfft::make_window(5, static_cast<int>(values.size()), values.data(), 5.0);
+        libfft::make_window(libfft::window_kind::kaiser, static_cast<int>(values.size()), values.data(), 5.0);
         benchmark::ClobberMemory();
     }
     count_samples(state);

@@ -68,7 +68,7 @@ void extract_harmonic(const tavel::Vector<double>& samples, double sr, int windo
 {
     int half = 0;
     tavel::Vector<double> window_values;
-    libfft::make_analysis_window(0, window, hop, half, window_values);
+    libfft::make_analysis_window(libfft::analysis_window::blackman, window, hop, half, window_values);
     tavel::Vector<float> window_single;
     window_single = window_values;
     const int length = window_single.size;

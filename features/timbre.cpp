@@ -18,8 +18,6 @@ namespace veloria {
 
 namespace {
 
-constexpr int blackman_kind = 6;
-
 // Twice the smallest power of two above the length.
 int transform_size_of(int length)
 {
@@ -29,7 +27,7 @@ int transform_size_of(int length)
 tavel::Vector<float> scaled_blackman(int length)
 {
     tavel::Vector<float> window(length);
-    libfft::make_window(blackman_kind, length, window.data);
+    libfft::make_window(libfft::window_kind::blackman, length, window.data);
     float sum = 0.0f;
     for (const float value : window)
         sum += value;

@@ -13,8 +13,6 @@ namespace {
 
 constexpr double pi = std::numbers::pi;
 
-enum window_kind { rectangular, triangular, hann, hamming, gaussian, kaiser, blackman };
-
 struct cosine_sum {
     double a0, a1, a2, a3;
 };
@@ -85,67 +83,69 @@ template <class T>
 void fill_kaiser(int length, T* out, double beta)
 {
     const double inverse = 1.0 / bessel_i0(beta);
-    const double centre = (length - 1.0) / 2.0;
+    const double center = (length - 1.0) / 2.0;
     out[0] = out[length - 1] = static_cast<T>(inverse);
     for (int i = 1; i < length - 1; ++i) {
-        const double x = (i - centre) / centre;
+        const double x = (i - center) / center;
         out[i] = static_cast<T>(inverse * bessel_i0(beta * std::sqrt(1.0 - x * x)));
     }
 }
 
+} // namespace
+
 template <class T>
-int fill_window(int kind, int length, T* out, T parameter)
+int make_window(window_kind kind, int length, T* out, T parameter)
 {
-    if (kind < 0 || kind >= static_cast<int>(cosine_sums.size()) || (kind == gaussian && parameter == T(0)))
+    const auto number = static_cast<std::size_t>(kind);
+    if (number >= cosine_sums.size() || (kind == window_kind::gaussian && parameter == T(0)))
         return 0;
     if (length < 1)
         return 1;
     const double last = length - 1.0;
     switch (kind) {
-    case rectangular:
+    case window_kind::rectangular:
         std::fill_n(out, length, T(1));
         break;
-    case triangular:
+    case window_kind::triangular:
         fill_symmetric(length, out, [=](double n) { return n / (last / 2.0); });
         break;
-    case gaussian:
+    case window_kind::gaussian:
         fill_gaussian(length, out, parameter);
         break;
-    case kaiser:
+    case window_kind::kaiser:
         fill_kaiser(length, out, parameter);
         break;
     default:
-        const cosine_sum& sum = cosine_sums[static_cast<std::size_t>(kind)];
-        fill_symmetric(length, out, [&](double n) { return evaluate<T>(sum, n, last); });
+        fill_symmetric(length, out, [=](double n) { return evaluate<T>(cosine_sums[number], n, last); });
     }
     return 1;
 }
 
-} // namespace
+template int make_window(window_kind, int, float*, float);
+template int make_window(window_kind, int, double*, double);
 
-int make_window(int kind, int length, double* out, double parameter)
+void make_analysis_window(analysis_window selector, int window, int /*hop*/, int& half, tavel::Vector<double>& values)
 {
-    return fill_window(kind, length, out, parameter);
-}
-
-int make_window(int kind, int length, float* out, float parameter)
-{
-    return fill_window(kind, length, out, parameter);
-}
-
-void make_analysis_window(int selector, int window, int /*hop*/, int& half, tavel::Vector<double>& values)
-{
-    const bool known = selector >= 0 && selector <= 3;
+    const bool known = selector >= analysis_window::blackman && selector <= analysis_window::hann;
     const int length = !known || window < 1 ? 0 : window - (window % 2 == 0 ? 1 : 0);
     half = length / 2;
     values.resize(length);
-    constexpr std::array<int, 3> kinds{blackman, rectangular, hamming};
-    if (known && selector < 3)
-        make_window(kinds[static_cast<std::size_t>(selector)], length, values.data);
-    else
+    switch (selector) {
+    case analysis_window::blackman:
+        make_window(window_kind::blackman, length, values.data);
+        break;
+    case analysis_window::rectangular:
+        make_window(window_kind::rectangular, length, values.data);
+        break;
+    case analysis_window::hamming:
+        make_window(window_kind::hamming, length, values.data);
+        break;
+    case analysis_window::hann: {
         // A window longer by its two zeros, which are left out.
-        fill_symmetric(length, values.data,
-                       [=](double n) { return evaluate<double>(cosine_sums[hann], n + 1.0, length + 1.0); });
+        const cosine_sum& hann = cosine_sums[static_cast<std::size_t>(window_kind::hann)];
+        fill_symmetric(length, values.data, [&](double n) { return evaluate<double>(hann, n + 1.0, length + 1.0); });
+    }
+    }
     const double scale = 2.0 / std::accumulate(values.begin(), values.end(), 0.0);
     for (double& value : values)
         value *= scale;
