@@ -3,61 +3,60 @@
 namespace libfft {
 
 /// A complex number, or several side by side where T is a vector type. The product of std::complex asks for NaN and
-/// keeps loops from vectorising; this one is the plain formula. Inlined without exception, so that a cloned kernel
-/// takes its own instruction set down to here.
+/// keeps loops from vectorising; this one is the plain formula.
 template <class T>
 struct complex_value {
     T real, imag;
 };
 
 template <class T>
-[[gnu::always_inline]] inline complex_value<T> operator+(const complex_value<T>& a, const complex_value<T>& b)
+complex_value<T> operator+(const complex_value<T>& a, const complex_value<T>& b)
 {
     return {a.real + b.real, a.imag + b.imag};
 }
 
 template <class T>
-[[gnu::always_inline]] inline complex_value<T> operator-(const complex_value<T>& a, const complex_value<T>& b)
+complex_value<T> operator-(const complex_value<T>& a, const complex_value<T>& b)
 {
     return {a.real - b.real, a.imag - b.imag};
 }
 
 /// A factor of the element type turns all numbers of a vector alike.
 template <class T, class FACTOR>
-[[gnu::always_inline]] inline complex_value<T> operator*(const complex_value<T>& a, const complex_value<FACTOR>& b)
+complex_value<T> operator*(const complex_value<T>& a, const complex_value<FACTOR>& b)
 {
     return {a.real * b.real - a.imag * b.imag, a.real * b.imag + a.imag * b.real};
 }
 
 /// a times the conjugate of b.
 template <class T>
-[[gnu::always_inline]] inline complex_value<T> multiply_conjugate(const complex_value<T>& a, const complex_value<T>& b)
+complex_value<T> multiply_conjugate(const complex_value<T>& a, const complex_value<T>& b)
 {
     return {a.real * b.real + a.imag * b.imag, a.imag * b.real - a.real * b.imag};
 }
 
 template <class T>
-[[gnu::always_inline]] inline complex_value<T> scale(const complex_value<T>& a, T factor)
+complex_value<T> scale(const complex_value<T>& a, T factor)
 {
     return {a.real * factor, a.imag * factor};
 }
 
 template <class T>
-[[gnu::always_inline]] inline complex_value<T> conjugate(const complex_value<T>& a)
+complex_value<T> conjugate(const complex_value<T>& a)
 {
     return {a.real, -a.imag};
 }
 
 /// Times -i.
 template <class T>
-[[gnu::always_inline]] inline complex_value<T> turn_back(const complex_value<T>& a)
+complex_value<T> turn_back(const complex_value<T>& a)
 {
     return {a.imag, -a.real};
 }
 
 /// Real and imaginary part change places. A forward transform between two swaps is an inverse one.
 template <class T>
-[[gnu::always_inline]] inline complex_value<T> swap_parts(const complex_value<T>& a)
+complex_value<T> swap_parts(const complex_value<T>& a)
 {
     return {a.imag, a.real};
 }
@@ -73,7 +72,7 @@ struct butterfly_constants {
 
 /// Forward transforms of 2, 3, 4 and 5 values, in place.
 template <class T>
-[[gnu::always_inline]] inline void butterfly(complex_value<T> (&z)[2])
+inline void butterfly(complex_value<T> (&z)[2])
 {
     const complex_value<T> difference = z[0] - z[1];
     z[0] = z[0] + z[1];
@@ -81,7 +80,7 @@ template <class T>
 }
 
 template <class T>
-[[gnu::always_inline]] inline void butterfly(complex_value<T> (&z)[3])
+inline void butterfly(complex_value<T> (&z)[3])
 {
     using constants = butterfly_constants<T>;
     const complex_value<T> sum = z[1] + z[2];
@@ -93,7 +92,7 @@ template <class T>
 }
 
 template <class T>
-[[gnu::always_inline]] inline void butterfly(complex_value<T> (&z)[4])
+inline void butterfly(complex_value<T> (&z)[4])
 {
     const complex_value<T> even_sum = z[0] + z[2], even_difference = z[0] - z[2];
     const complex_value<T> odd_sum = z[1] + z[3], odd_difference = turn_back(z[1] - z[3]);
@@ -104,7 +103,7 @@ template <class T>
 }
 
 template <class T>
-[[gnu::always_inline]] inline void butterfly(complex_value<T> (&z)[5])
+inline void butterfly(complex_value<T> (&z)[5])
 {
     using constants = butterfly_constants<T>;
     const complex_value<T> outer_sum = z[1] + z[4], inner_sum = z[2] + z[3];

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <numbers>
-#include <utility>
+#include <vector>
 
 #include "fft/butterflies.h"
 #include "fft/mixed_radix_pass.h"
@@ -15,7 +15,7 @@ namespace {
 
 using std::ptrdiff_t;
 
-// Roots of unity of a general radix: the first pair of each group of its twiddles.
+// The roots of a general radix, which stand in the first column of its twiddles.
 template <class T>
 struct complex_roots {
     pass_shape shape;
@@ -25,17 +25,15 @@ struct complex_roots {
 };
 
 template <class T>
-void fill_complex_twiddles(const pass_factors& factors, T* table)
+void fill_twiddles(const std::vector<int>& factors, ptrdiff_t size, T* table)
 {
-    const ptrdiff_t size = factors[0];
     const T step = T(2) * std::numbers::pi_v<T> / static_cast<T>(size);
     ptrdiff_t done = 1;
-    for (int k = 0; k < factors[1]; ++k) {
-        const ptrdiff_t radix = factors[static_cast<std::size_t>(2 + k)];
+    for (const ptrdiff_t radix : factors) {
         const ptrdiff_t columns = size / (done * radix);
         for (ptrdiff_t j = 1; j < radix; ++j, table += 2 * columns) {
             for (ptrdiff_t i = 0; i < columns; ++i) {
-                // No column needs the factor 1, and the roots of a general radix need a place.
+                // Column 0 has the factor 1 and reads none: a general radix keeps its roots there.
                 const T angle = static_cast<T>((i == 0 && radix > 5 ? columns : i) * j * done) * step;
                 store_pair<T>({std::cos(angle), std::sin(angle)}, table + 2 * i);
             }
@@ -52,7 +50,7 @@ complex_value<T> turned(const complex_value<T>& value)
 }
 
 template <int RADIX, bool INVERSE, class T>
-void complex_pass(const pass_shape& shape, const T* __restrict in, T* __restrict out, const T* __restrict twiddles)
+void special_pass(const pass_shape& shape, const T* __restrict in, T* __restrict out, const T* __restrict twiddles)
 {
     const ptrdiff_t columns = 2 * shape.columns, row = 2 * shape.row_size();
     for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += RADIX * columns, out += columns) {
@@ -72,7 +70,7 @@ void complex_pass(const pass_shape& shape, const T* __restrict in, T* __restrict
 
 // Leaves its result in `values`.
 template <bool INVERSE, class T>
-void general_complex_pass(const pass_shape& shape, T* __restrict values, T* __restrict scratch, const T* twiddles)
+void general_pass(const pass_shape& shape, T* __restrict values, T* __restrict scratch, const T* twiddles)
 {
     const pass_shape parts = {shape.radix, 2 * shape.columns, shape.blocks};
     const ptrdiff_t radix = parts.radix, columns = parts.columns, row = parts.row_size();
@@ -104,72 +102,50 @@ void general_complex_pass(const pass_shape& shape, T* __restrict values, T* __re
     }
 }
 
-template <bool INVERSE, class T>
-void complex_passes(int size, T* data, transform_tables<T>& tables)
-{
-    T* const scratch = tables.data.get();
-    const T* twiddles = scratch + 2 * static_cast<ptrdiff_t>(size);
-    T *from = data, *to = scratch;
-    ptrdiff_t done = 1;
-    for (int k = 0; k < tables.factors[1]; ++k) {
-        const ptrdiff_t radix = tables.factors[static_cast<std::size_t>(2 + k)];
-        const pass_shape shape = {radix, size / (done * radix), done};
-        switch (radix) {
-        case 2:
-            complex_pass<2, INVERSE>(shape, from, to, twiddles);
-            break;
-        case 3:
-            complex_pass<3, INVERSE>(shape, from, to, twiddles);
-            break;
-        case 4:
-            complex_pass<4, INVERSE>(shape, from, to, twiddles);
-            break;
-        case 5:
-            complex_pass<5, INVERSE>(shape, from, to, twiddles);
-            break;
-        default:
-            general_complex_pass<INVERSE>(shape, from, to, twiddles);
-        }
-        if (radix <= 5)
-            std::swap(from, to);
-        twiddles += 2 * (radix - 1) * shape.columns;
-        done *= radix;
-    }
-    if (from != data)
-        std::copy_n(from, 2 * static_cast<ptrdiff_t>(size), data);
-}
-
 } // namespace
 
 template <class T>
-transform_tables<T> complex_setup(int size)
+mixed_radix_complex<T>::mixed_radix_complex(int size)
+    : factors(factorize(size, {3, 4, 2, 5})), twiddles(2 * static_cast<std::size_t>(size)), scratch(twiddles.size())
 {
-    const auto count = 2 * static_cast<std::size_t>(size);
-    transform_tables<T> tables = {std::make_unique_for_overwrite<T[]>(2 * count), factorize(size, {3, 4, 2, 5})};
-    fill_complex_twiddles(tables.factors, tables.data.get() + count);
-    return tables;
+    fill_twiddles(factors, size, twiddles.data());
 }
 
 template <class T>
-void complex_forward(int size, T* data, transform_tables<T>& tables) noexcept
+template <bool INVERSE>
+void mixed_radix_complex<T>::run_passes(T* data)
 {
-    complex_passes<false>(size, data, tables);
+    T *from = data, *to = scratch.data();
+    const T* w = twiddles.data();
+    ptrdiff_t done = 1;
+    for (const ptrdiff_t radix : factors) {
+        const pass_shape shape = {radix, std::ssize(scratch) / 2 / (done * radix), done};
+        run_pass(
+            radix, from, to, [&](auto constant) { special_pass<constant, INVERSE>(shape, from, to, w); },
+            [&] { general_pass<INVERSE>(shape, from, to, w); });
+        w += 2 * (radix - 1) * shape.columns;
+        done *= radix;
+    }
+    if (from != data)
+        std::copy_n(from, scratch.size(), data);
 }
 
 template <class T>
-void complex_inverse(int size, T* data, transform_tables<T>& tables) noexcept
+void mixed_radix_complex<T>::forward(T* data) noexcept
 {
-    complex_passes<true>(size, data, tables);
-    const T factor = T(1) / static_cast<T>(size);
-    for (ptrdiff_t i = 0; i < 2 * static_cast<ptrdiff_t>(size); ++i)
+    run_passes<false>(data);
+}
+
+template <class T>
+void mixed_radix_complex<T>::inverse(T* data) noexcept
+{
+    run_passes<true>(data);
+    const T factor = T(1) / static_cast<T>(scratch.size() / 2);
+    for (std::size_t i = 0; i < scratch.size(); ++i)
         data[i] *= factor;
 }
 
-template transform_tables<float> complex_setup(int);
-template transform_tables<double> complex_setup(int);
-template void complex_forward(int, float*, transform_tables<float>&) noexcept;
-template void complex_forward(int, double*, transform_tables<double>&) noexcept;
-template void complex_inverse(int, float*, transform_tables<float>&) noexcept;
-template void complex_inverse(int, double*, transform_tables<double>&) noexcept;
+template class mixed_radix_complex<float>;
+template class mixed_radix_complex<double>;
 
 } // namespace libfft

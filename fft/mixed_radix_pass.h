@@ -3,17 +3,18 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "fft/butterflies.h"
-#include "fft/mixed_radix.h"
 
 namespace libfft {
 
-/// A pass of a mixed-radix transform combines `radix` sequences. Seen from it the values are an array of `columns` by
-/// `blocks` by `radix` on one side and of `columns` by `radix` by `blocks` on the other, the first count running
-/// fastest. The columns of a real transform are a sequence in halfcomplex order: the real first value, then pairs of
-/// real and imaginary part, and with an even number of columns the real last value.
+/// One pass of a transform of radix * columns * blocks values. On one side of the pass the values of column i, block k
+/// lie a row apart: value j at i + columns * (k + blocks * j). On the other side they lie together: value h at
+/// i + columns * (h + radix * k). The columns of a real transform are a spectrum in halfcomplex order: bin 0, then real
+/// and imaginary part in turn, and with an even number of columns the real bin at the Nyquist frequency.
 struct pass_shape {
     std::ptrdiff_t radix, columns, blocks;
 
@@ -33,13 +34,50 @@ void store_pair(const complex_value<T>& value, T* values)
     values[1] = value.imag;
 }
 
-/// Trial division by the first tries, then by 7, 9, 11 and so on. A late 2 goes to the front: so, of the passes of a
-/// real transform, only those of 2 and 4 meet an even number of columns.
-pass_factors factorize(int size, const std::array<int, 4>& first_tries);
+/// The factors of a size in the order of the passes: by trial division by the first tries, then by 7, 9, 11 and so on.
+/// A late 2 goes to the front: so, of the passes of a real transform, only those of 2 and 4 meet an even number of
+/// columns.
+inline std::vector<int> factorize(int size, const std::array<int, 4>& first_tries)
+{
+    std::vector<int> factors;
+    int divisor = 0;
+    for (std::size_t attempt = 0; size > 1; ++attempt) {
+        divisor = attempt < first_tries.size() ? first_tries[attempt] : divisor + 2;
+        for (; size % divisor == 0; size /= divisor)
+            factors.insert(divisor == 2 ? factors.begin() : factors.end(), divisor);
+    }
+    return factors;
+}
 
-/// The sums over any odd radix for all columns at once, given the sums (rows 1 .. radix/2) and differences (their
-/// mirror rows) of rows that belong together: row m becomes the sum with the cosines, its mirror row that with the
-/// sines of the angles 2 pi j m / radix.
+/// Runs a pass: `special`, with the radix as a constant, where it has a butterfly of its own, and else `general`. The
+/// first goes from one array to the other, the second works in place; the result is in `from` afterwards.
+template <class T, class SPECIAL, class GENERAL>
+void run_pass(std::ptrdiff_t radix, T*& from, T*& to, SPECIAL special, GENERAL general)
+{
+    switch (radix) {
+    case 2:
+        special(std::integral_constant<int, 2>());
+        break;
+    case 3:
+        special(std::integral_constant<int, 3>());
+        break;
+    case 4:
+        special(std::integral_constant<int, 4>());
+        break;
+    case 5:
+        special(std::integral_constant<int, 5>());
+        break;
+    default:
+        return general();
+    }
+    std::swap(from, to);
+}
+
+/// The sums of a pass by any odd radix, for all columns at once. With x[j] the values to transform, row j of `rows`
+/// holds x[j] + x[radix - j] for 0 < j < radix / 2, row radix - j holds x[j] - x[radix - j], row 0 holds x[0].
+/// Row 0 of `sums` becomes the sum of all x; for 0 < m < radix / 2, row m becomes x[0] plus the sum over j of
+/// cos(2 pi j m / radix) rows[j], and row radix - m the sum over j of sin(2 pi j m / radix) rows[radix - j].
+/// @param root  root(q) is the complex number at the angle 2 pi q / radix
 template <class T, class ROOT>
 void sum_rows(const pass_shape& shape, const T* __restrict rows, T* __restrict sums, ROOT root)
 {
@@ -65,7 +103,7 @@ void sum_rows(const pass_shape& shape, const T* __restrict rows, T* __restrict s
     }
 }
 
-/// Two mirrored bins from their sums with the cosines and with the sines.
+/// Bins m and radix - m from their sums with the cosines and with the sines.
 template <class T>
 std::pair<complex_value<T>, complex_value<T>> unfold(const complex_value<T>& cosine_sum,
                                                      const complex_value<T>& sine_sum)

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <numbers>
 #include <utility>
+#include <vector>
 
 #include "fft/butterflies.h"
 #include "fft/halfcomplex_butterflies.h"
@@ -16,8 +17,8 @@ namespace {
 
 using std::ptrdiff_t;
 
-// Roots of unity of a general radix: the groups of its twiddles have a free last place each, since their number of
-// columns is odd. Group q holds the cosine of q turns, its mirror group the sine.
+// The roots of a general radix. Its number of columns is odd, which leaves the last place of each row of its twiddles
+// free: row q - 1 has there cos(2 pi q / radix) for q < radix / 2 and sin(2 pi (radix - q) / radix) beyond.
 template <class T>
 struct real_roots {
     pass_shape shape;
@@ -30,17 +31,15 @@ struct real_roots {
     }
 
 private:
-    T place(ptrdiff_t group) const { return twiddles[group * shape.columns - 1]; }
+    T place(ptrdiff_t q) const { return twiddles[q * shape.columns - 1]; }
 };
 
 template <class T>
-void fill_real_twiddles(const pass_factors& factors, T* table)
+void fill_twiddles(const std::vector<int>& factors, ptrdiff_t size, T* table)
 {
-    const ptrdiff_t size = factors[0];
     const T step = T(2) * std::numbers::pi_v<T> / static_cast<T>(size);
     ptrdiff_t done = 1;
-    for (int k = 0; k < factors[1]; ++k) {
-        const ptrdiff_t radix = factors[static_cast<std::size_t>(2 + k)];
+    for (const ptrdiff_t radix : factors) {
         const ptrdiff_t columns = size / (done * radix);
         for (ptrdiff_t j = 1; j < radix; ++j, table += columns) {
             for (ptrdiff_t i = 1; i <= (columns - 1) / 2; ++i) {
@@ -58,42 +57,44 @@ void fill_real_twiddles(const pass_factors& factors, T* table)
     }
 }
 
-// Where the halfcomplex values of the pass's first and last column lie: alternately at the two ends of a sequence.
-inline ptrdiff_t first_place(const pass_shape& shape, ptrdiff_t h)
+// The two columns that hold real values: bin 0 and, with an even number of columns, the Nyquist frequency.
+enum class edge { first, last };
+
+// Place of value h of an edge column among the radix * columns values of a block. In the spectrum of a block the bins
+// that come of one edge lie `columns` values apart, as pairs of real and imaginary part: the first of a pair ends one
+// run of `columns` values, the second begins the next, or the other way round.
+template <edge EDGE>
+ptrdiff_t place_of(const pass_shape& shape, ptrdiff_t h)
 {
-    return shape.columns * h + (h % 2 == 1 ? shape.columns - 1 : 0);
+    const bool at_end = (h % 2 == 1) == (EDGE == edge::first);
+    return shape.columns * h + (at_end ? shape.columns - 1 : 0);
 }
 
-inline ptrdiff_t last_place(const pass_shape& shape, ptrdiff_t h)
-{
-    return shape.columns * h + (h % 2 == 0 ? shape.columns - 1 : 0);
-}
-
-template <int RADIX, class T>
-void forward_first_columns(const pass_shape& shape, const T* __restrict in, T* __restrict out)
+template <int RADIX, edge EDGE, class T, class BUTTERFLY>
+void forward_column(const pass_shape& shape, const T* __restrict in, T* __restrict out, BUTTERFLY transform)
 {
     const ptrdiff_t columns = shape.columns, row = shape.row_size();
     for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += columns, out += RADIX * columns) {
         T x[RADIX];
         for (int j = 0; j < RADIX; ++j)
-            x[j] = in[j * row];
-        forward_first(x);
+            x[j] = in[j * row + (EDGE == edge::first ? 0 : columns - 1)];
+        transform(x);
         for (int h = 0; h < RADIX; ++h)
-            out[first_place(shape, h)] = x[h];
+            out[place_of<EDGE>(shape, h)] = x[h];
     }
 }
 
-template <int RADIX, class T>
-void forward_last_columns(const pass_shape& shape, const T* __restrict in, T* __restrict out)
+template <int RADIX, edge EDGE, class T, class BUTTERFLY>
+void inverse_column(const pass_shape& shape, const T* __restrict in, T* __restrict out, BUTTERFLY transform)
 {
     const ptrdiff_t columns = shape.columns, row = shape.row_size();
-    for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += columns, out += RADIX * columns) {
+    for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += RADIX * columns, out += columns) {
         T x[RADIX];
-        for (int j = 0; j < RADIX; ++j)
-            x[j] = in[j * row + columns - 1];
-        forward_last(x);
         for (int h = 0; h < RADIX; ++h)
-            out[last_place(shape, h)] = x[h];
+            x[h] = in[place_of<EDGE>(shape, h)];
+        transform(x);
+        for (int j = 0; j < RADIX; ++j)
+            out[j * row + (EDGE == edge::first ? 0 : columns - 1)] = x[j];
     }
 }
 
@@ -120,39 +121,11 @@ void forward_pairs(const pass_shape& shape, const T* __restrict in, T* __restric
 template <int RADIX, class T>
 void forward_pass(const pass_shape& shape, const T* in, T* out, const T* twiddles)
 {
-    forward_first_columns<RADIX>(shape, in, out);
+    forward_column<RADIX, edge::first>(shape, in, out, [](T(&x)[RADIX]) { forward_first(x); });
     forward_pairs<RADIX>(shape, in, out, twiddles);
     if constexpr (RADIX % 2 == 0) {
         if (shape.columns % 2 == 0)
-            forward_last_columns<RADIX>(shape, in, out);
-    }
-}
-
-template <int RADIX, class T>
-void inverse_first_columns(const pass_shape& shape, const T* __restrict in, T* __restrict out)
-{
-    const ptrdiff_t columns = shape.columns, row = shape.row_size();
-    for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += RADIX * columns, out += columns) {
-        T x[RADIX];
-        for (int h = 0; h < RADIX; ++h)
-            x[h] = in[first_place(shape, h)];
-        inverse_first(x);
-        for (int j = 0; j < RADIX; ++j)
-            out[j * row] = x[j];
-    }
-}
-
-template <int RADIX, class T>
-void inverse_last_columns(const pass_shape& shape, const T* __restrict in, T* __restrict out)
-{
-    const ptrdiff_t columns = shape.columns, row = shape.row_size();
-    for (ptrdiff_t k = 0; k < shape.blocks; ++k, in += RADIX * columns, out += columns) {
-        T x[RADIX];
-        for (int h = 0; h < RADIX; ++h)
-            x[h] = in[last_place(shape, h)];
-        inverse_last(x);
-        for (int j = 0; j < RADIX; ++j)
-            out[j * row + columns - 1] = x[j];
+            forward_column<RADIX, edge::last>(shape, in, out, [](T(&x)[RADIX]) { forward_last(x); });
     }
 }
 
@@ -179,11 +152,11 @@ void inverse_pairs(const pass_shape& shape, const T* __restrict in, T* __restric
 template <int RADIX, class T>
 void inverse_pass(const pass_shape& shape, const T* in, T* out, const T* twiddles)
 {
-    inverse_first_columns<RADIX>(shape, in, out);
+    inverse_column<RADIX, edge::first>(shape, in, out, [](T(&x)[RADIX]) { inverse_first(x); });
     inverse_pairs<RADIX>(shape, in, out, twiddles);
     if constexpr (RADIX % 2 == 0) {
         if (shape.columns % 2 == 0)
-            inverse_last_columns<RADIX>(shape, in, out);
+            inverse_column<RADIX, edge::last>(shape, in, out, [](T(&x)[RADIX]) { inverse_last(x); });
     }
 }
 
@@ -214,8 +187,8 @@ void general_forward_pass(const pass_shape& shape, T* __restrict values, T* __re
         for (ptrdiff_t m = 1; 2 * m < radix; ++m) {
             const T* a = scratch + m * row + k * columns;
             const T* b = scratch + (radix - m) * row + k * columns;
-            out[first_place(shape, 2 * m - 1)] = a[0];
-            out[first_place(shape, 2 * m)] = -b[0];
+            out[place_of<edge::first>(shape, 2 * m - 1)] = a[0];
+            out[place_of<edge::first>(shape, 2 * m)] = -b[0];
             for (ptrdiff_t i = 1; i + 1 < columns; i += 2) {
                 const auto [z, y] = unfold(load_pair(a + i), load_pair(b + i));
                 store_pair(z, out + 2 * m * columns + i);
@@ -236,8 +209,8 @@ void general_inverse_pass(const pass_shape& shape, T* __restrict values, T* __re
         for (ptrdiff_t m = 1; 2 * m < radix; ++m) {
             T* a = scratch + m * row + k * columns;
             T* b = scratch + (radix - m) * row + k * columns;
-            a[0] = T(2) * in[first_place(shape, 2 * m - 1)];
-            b[0] = T(2) * in[first_place(shape, 2 * m)];
+            a[0] = T(2) * in[place_of<edge::first>(shape, 2 * m - 1)];
+            b[0] = T(2) * in[place_of<edge::first>(shape, 2 * m)];
             for (ptrdiff_t i = 1; i + 1 < columns; i += 2) {
                 const complex_value<T> z = load_pair(in + 2 * m * columns + i);
                 const complex_value<T> y = conjugate(load_pair(in + (2 * m - 1) * columns + columns - 2 - i));
@@ -261,73 +234,29 @@ void general_inverse_pass(const pass_shape& shape, T* __restrict values, T* __re
     }
 }
 
-// Chooses the pass of a factor; the result is in `from` afterwards.
-template <class T>
-void run_forward_pass(const pass_shape& shape, T*& from, T*& to, const T* twiddles)
-{
-    switch (shape.radix) {
-    case 2:
-        forward_pass<2>(shape, from, to, twiddles);
-        break;
-    case 3:
-        forward_pass<3>(shape, from, to, twiddles);
-        break;
-    case 4:
-        forward_pass<4>(shape, from, to, twiddles);
-        break;
-    case 5:
-        forward_pass<5>(shape, from, to, twiddles);
-        break;
-    default:
-        return general_forward_pass(shape, from, to, twiddles);
-    }
-    std::swap(from, to);
-}
-
-template <class T>
-void run_inverse_pass(const pass_shape& shape, T*& from, T*& to, const T* twiddles)
-{
-    switch (shape.radix) {
-    case 2:
-        inverse_pass<2>(shape, from, to, twiddles);
-        break;
-    case 3:
-        inverse_pass<3>(shape, from, to, twiddles);
-        break;
-    case 4:
-        inverse_pass<4>(shape, from, to, twiddles);
-        break;
-    case 5:
-        inverse_pass<5>(shape, from, to, twiddles);
-        break;
-    default:
-        return general_inverse_pass(shape, from, to, twiddles);
-    }
-    std::swap(from, to);
-}
-
 } // namespace
 
 template <class T>
-transform_tables<T> real_setup(int size)
+mixed_radix_real<T>::mixed_radix_real(int size)
+    : factors(factorize(size, {4, 2, 3, 5})), twiddles(static_cast<std::size_t>(size)), scratch(twiddles.size())
 {
-    const auto count = static_cast<std::size_t>(size);
-    transform_tables<T> tables = {std::make_unique_for_overwrite<T[]>(2 * count), factorize(size, {4, 2, 3, 5})};
-    fill_real_twiddles(tables.factors, tables.data.get() + count);
-    return tables;
+    fill_twiddles(factors, size, twiddles.data());
 }
 
 template <class T>
-void real_forward(int size, T* data, transform_tables<T>& tables) noexcept
+void mixed_radix_real<T>::forward(T* data) noexcept
 {
-    T *from = data, *to = tables.data.get();
-    const T* twiddles = tables.data.get() + 2 * static_cast<ptrdiff_t>(size) - 1;
+    const ptrdiff_t size = std::ssize(scratch);
+    T *from = data, *to = scratch.data();
+    const T* w = twiddles.data() + size - 1; // behind those of the last pass
     ptrdiff_t rest = size;
-    for (int k = tables.factors[1]; k-- > 0;) {
-        const ptrdiff_t radix = tables.factors[static_cast<std::size_t>(2 + k)];
+    for (std::size_t k = factors.size(); k-- > 0;) {
+        const ptrdiff_t radix = factors[k];
         const pass_shape shape = {radix, size / rest, rest / radix};
-        twiddles -= (radix - 1) * shape.columns;
-        run_forward_pass(shape, from, to, twiddles);
+        w -= (radix - 1) * shape.columns;
+        run_pass(
+            radix, from, to, [&](auto constant) { forward_pass<constant>(shape, from, to, w); },
+            [&] { general_forward_pass(shape, from, to, w); });
         rest = shape.blocks;
     }
     if (from != data)
@@ -338,18 +267,20 @@ void real_forward(int size, T* data, transform_tables<T>& tables) noexcept
 }
 
 template <class T>
-void real_inverse(int size, T* data, transform_tables<T>& tables) noexcept
+void mixed_radix_real<T>::inverse(T* data) noexcept
 {
+    const ptrdiff_t size = std::ssize(scratch);
     if (size > 1)
         std::rotate(data + 1, data + 2, data + size);
-    T *from = data, *to = tables.data.get();
-    const T* twiddles = tables.data.get() + size;
+    T *from = data, *to = scratch.data();
+    const T* w = twiddles.data();
     ptrdiff_t done = 1;
-    for (int k = 0; k < tables.factors[1]; ++k) {
-        const ptrdiff_t radix = tables.factors[static_cast<std::size_t>(2 + k)];
+    for (const ptrdiff_t radix : factors) {
         const pass_shape shape = {radix, size / (done * radix), done};
-        run_inverse_pass(shape, from, to, twiddles);
-        twiddles += (radix - 1) * shape.columns;
+        run_pass(
+            radix, from, to, [&](auto constant) { inverse_pass<constant>(shape, from, to, w); },
+            [&] { general_inverse_pass(shape, from, to, w); });
+        w += (radix - 1) * shape.columns;
         done *= radix;
     }
     const T factor = T(1) / static_cast<T>(size);
@@ -357,11 +288,7 @@ void real_inverse(int size, T* data, transform_tables<T>& tables) noexcept
         data[i] = factor * from[i];
 }
 
-template transform_tables<float> real_setup(int);
-template transform_tables<double> real_setup(int);
-template void real_forward(int, float*, transform_tables<float>&) noexcept;
-template void real_forward(int, double*, transform_tables<double>&) noexcept;
-template void real_inverse(int, float*, transform_tables<float>&) noexcept;
-template void real_inverse(int, double*, transform_tables<double>&) noexcept;
+template class mixed_radix_real<float>;
+template class mixed_radix_real<double>;
 
 } // namespace libfft

@@ -1,9 +1,9 @@
 #include "fft/realfft.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 #include "fft/mixed_radix.h"
 #include "fft/registry.h"
@@ -15,127 +15,96 @@ namespace {
 
 using std::ptrdiff_t;
 
-// The operations on split arrays by precision.
-template <class T>
-struct split_operations;
-
-template <>
-struct split_operations<float> {
-    static constexpr auto create = create_fftsetup;
-    static constexpr auto destroy = destroy_fftsetup;
-    static constexpr auto split = ctoz;
-    static constexpr auto join = ztoc;
-    static constexpr auto multiply = vsmul;
-    static constexpr auto real_transform = fft_zrip;
-    static constexpr auto complex_transform = fft_zip;
-};
-
-template <>
-struct split_operations<double> {
-    static constexpr auto create = create_fftsetupD;
-    static constexpr auto destroy = destroy_fftsetupD;
-    static constexpr auto split = ctozD;
-    static constexpr auto join = ztocD;
-    static constexpr auto multiply = vsmulD;
-    static constexpr auto real_transform = fft_zripD;
-    static constexpr auto complex_transform = fft_zipD;
-};
-
-template <class T>
-struct split_setup {
-    explicit split_setup(int entry_size)
-        : size(entry_size), log2_size(std::countr_zero(static_cast<unsigned>(entry_size))),
-          tables(split_operations<T>::create(std::max(log2_size, 2)))
-    {}
-
-    struct destroyer {
-        void operator()(fft_setup<T>* setup) const { split_operations<T>::destroy(setup); }
-    };
-
-    int size, log2_size;
-    std::unique_ptr<fft_setup<T>, destroyer> tables;
-};
-
 // Power-of-two sizes, on split arrays.
 template <class T>
 class split_workspace {
-    using operations = split_operations<T>;
-
 public:
-    explicit split_workspace(const split_setup<T>& setup)
-        : setup_(setup), arrays_(std::make_unique_for_overwrite<T[]>(4 * stride()))
+    explicit split_workspace(const split_complex_fft<T>& engine)
+        : fft(engine), arrays(std::make_unique_for_overwrite<T[]>(4 * stride()))
     {}
 
     void transform_real(const T* input, T* output, int direction)
     {
-        const ptrdiff_t pairs = setup_.size / 2;
-        operations::split(input, data(), pairs);
-        operations::real_transform(*setup_.tables, data(), scratch(), setup_.log2_size, direction);
-        multiply(direction == 1 ? 0.5 : 0.5 / static_cast<double>(pairs), pairs);
-        operations::join(data(), output, pairs);
+        const ptrdiff_t pairs = fft.size() / 2;
+        split(input, pairs);
+        fft.transform_real(data(), scratch(), direction);
+        join(output, pairs, direction == 1 ? 0.5 : 0.5 / static_cast<double>(pairs));
     }
 
     void transform_complex(const T* input, T* output, int direction)
     {
-        operations::split(input, data(), setup_.size);
-        operations::complex_transform(*setup_.tables, data(), scratch(), setup_.log2_size, direction);
-        if (direction == -1)
-            multiply(1.0 / setup_.size, setup_.size);
-        operations::join(data(), output, setup_.size);
+        split(input, fft.size());
+        fft.transform_complex(data(), scratch(), direction);
+        join(output, fft.size(), direction == 1 ? 1.0 : 1.0 / static_cast<double>(fft.size()));
     }
 
 private:
     // Four arrays of a power of two would share their places in the cache; a line of distance keeps them apart.
-    std::size_t stride() const { return static_cast<std::size_t>(setup_.size) + 64 / sizeof(T); }
+    std::size_t stride() const { return static_cast<std::size_t>(fft.size()) + 64 / sizeof(T); }
 
-    split_complex<T> data() { return {arrays_.get(), arrays_.get() + stride()}; }
+    split_complex<T> data() { return {arrays.get(), arrays.get() + stride()}; }
 
-    split_complex<T> scratch() { return {arrays_.get() + 2 * stride(), arrays_.get() + 3 * stride()}; }
+    split_complex<T> scratch() { return {arrays.get() + 2 * stride(), arrays.get() + 3 * stride()}; }
 
-    void multiply(double factor, ptrdiff_t count)
+    void split(const T* __restrict pairs, ptrdiff_t count)
     {
-        operations::multiply(data().real, static_cast<T>(factor), count);
-        operations::multiply(data().imag, static_cast<T>(factor), count);
+        T* __restrict const real = data().real;
+        T* __restrict const imag = data().imag;
+        for (ptrdiff_t i = 0; i < count; ++i) {
+            real[i] = pairs[2 * i];
+            imag[i] = pairs[2 * i + 1];
+        }
     }
 
-    const split_setup<T>& setup_;
-    std::unique_ptr<T[]> arrays_;
+    void join(T* __restrict pairs, ptrdiff_t count, double factor)
+    {
+        const T gain = static_cast<T>(factor);
+        const T* __restrict const real = data().real;
+        const T* __restrict const imag = data().imag;
+        for (ptrdiff_t i = 0; i < count; ++i) {
+            pairs[2 * i] = gain * real[i];
+            pairs[2 * i + 1] = gain * imag[i];
+        }
+    }
+
+    const split_complex_fft<T>& fft;
+    std::unique_ptr<T[]> arrays;
 };
 
-// All other sizes. They share nothing but the number.
+// All other sizes.
 template <class T>
 class mixed_radix_workspace {
 public:
-    explicit mixed_radix_workspace(int size)
-        : size_(size), real_(real_setup<T>(size_)), complex_(complex_setup<T>(size_))
-    {}
+    explicit mixed_radix_workspace(int length) : size(length), real_fft(length), complex_fft(length) {}
 
-    void transform_real(const T* input, T* output, int direction)
-    {
-        if (input != output)
-            std::copy_n(input, size_, output);
-        (direction == 1 ? real_forward<T> : real_inverse<T>)(size_, output, real_);
-    }
+    void transform_real(const T* input, T* output, int direction) { run(real_fft, input, output, size, direction); }
 
     void transform_complex(const T* input, T* output, int direction)
     {
-        if (input != output)
-            std::copy_n(input, 2 * static_cast<ptrdiff_t>(size_), output);
-        (direction == 1 ? complex_forward<T> : complex_inverse<T>)(size_, output, complex_);
+        run(complex_fft, input, output, 2 * size, direction);
     }
 
 private:
-    int size_;
-    transform_tables<T> real_, complex_;
+    template <class FFT>
+    static void run(FFT& fft, const T* input, T* output, ptrdiff_t count, int direction)
+    {
+        if (input != output)
+            std::copy_n(input, count, output);
+        direction == 1 ? fft.forward(output) : fft.inverse(output);
+    }
+
+    ptrdiff_t size;
+    mixed_radix_real<T> real_fft;
+    mixed_radix_complex<T> complex_fft;
 };
 
-// Lends a workspace of the engine for this size to `transform`.
+// Lends a workspace for this size to `transform`.
 template <class T, class TRANSFORM>
 bool run(int size, TRANSFORM transform) noexcept
 {
     try {
         if ((size & (size - 1)) == 0)
-            transform(*registry<split_setup<T>, split_workspace<T>>::shared().acquire(size));
+            transform(*registry<split_complex_fft<T>, split_workspace<T>>::shared().acquire(size));
         else
             transform(*registry<int, mixed_radix_workspace<T>>::shared().acquire(size));
         return true;
@@ -144,52 +113,40 @@ bool run(int size, TRANSFORM transform) noexcept
     }
 }
 
-template <class T>
-bool transform_real(T* time, T* spectrum, int size, int direction) noexcept
+bool is_direction(int direction)
 {
-    if (size <= 0 || (direction != 1 && direction != -1))
-        return false;
-    T* const input = direction == 1 ? time : spectrum;
-    T* const output = direction == 1 ? spectrum : time;
-    if (size == 1) {
-        output[0] = input[0];
-        return true;
-    }
-    if (size % 2 != 0)
-        return false;
-    return run<T>(size, [=](auto& workspace) { workspace.transform_real(input, output, direction); });
-}
-
-template <class T>
-bool transform_complex(T* time, T* spectrum, int size, int direction) noexcept
-{
-    if (size <= 0 || (direction != 1 && direction != -1))
-        return false;
-    T* const input = direction == 1 ? time : spectrum;
-    T* const output = direction == 1 ? spectrum : time;
-    return run<T>(size, [=](auto& workspace) { workspace.transform_complex(input, output, direction); });
+    return direction == 1 || direction == -1;
 }
 
 } // namespace
 
-bool realfft(float* time, float* spectrum, int size, int direction) noexcept
+template <class T>
+bool realfft(T* time, T* spectrum, int size, int direction) noexcept
 {
-    return transform_real(time, spectrum, size, direction);
+    if (!is_direction(direction) || size <= 0 || (size % 2 != 0 && size != 1))
+        return false;
+    if (direction == -1)
+        std::swap(time, spectrum);
+    if (size == 1) {
+        *spectrum = *time;
+        return true;
+    }
+    return run<T>(size, [=](auto& workspace) { workspace.transform_real(time, spectrum, direction); });
 }
 
-bool realfft(double* time, double* spectrum, int size, int direction) noexcept
+template <class T>
+bool complexfft(T* time, T* spectrum, int size, int direction) noexcept
 {
-    return transform_real(time, spectrum, size, direction);
+    if (!is_direction(direction) || size <= 0)
+        return false;
+    if (direction == -1)
+        std::swap(time, spectrum);
+    return run<T>(size, [=](auto& workspace) { workspace.transform_complex(time, spectrum, direction); });
 }
 
-bool complexfft(float* time, float* spectrum, int size, int direction) noexcept
-{
-    return transform_complex(time, spectrum, size, direction);
-}
-
-bool complexfft(double* time, double* spectrum, int size, int direction) noexcept
-{
-    return transform_complex(time, spectrum, size, direction);
-}
+template bool realfft(float*, float*, int, int) noexcept;
+template bool realfft(double*, double*, int, int) noexcept;
+template bool complexfft(float*, float*, int, int) noexcept;
+template bool complexfft(double*, double*, int, int) noexcept;
 
 } // namespace libfft

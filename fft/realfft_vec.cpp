@@ -4,10 +4,8 @@
 
 namespace tavel {
 
-namespace {
-
 template <class T>
-void transform(Vector<T>& buffer, int size)
+void realfft_vec(Vector<T>& buffer, int size)
 {
     if (!libfft::realfft(buffer.data, buffer.data, size, 1))
         throw error("realfft_vec:: Error in realfft");
@@ -19,16 +17,7 @@ void transform(Vector<T>& buffer, int size)
     buffer[2 * nyquist + 1] = T(0);
 }
 
-} // namespace
-
-void realfft_vec(Vector<float>& buffer, int size)
-{
-    transform(buffer, size);
-}
-
-void realfft_vec(Vector<double>& buffer, int size)
-{
-    transform(buffer, size);
-}
+template void realfft_vec(Vector<float>&, int);
+template void realfft_vec(Vector<double>&, int);
 
 } // namespace tavel

@@ -34,25 +34,25 @@ public:
     /// A workspace for one transform. It keeps its entry alive, should the registry be cleared meanwhile.
     class lease {
     public:
-        lease(std::shared_ptr<size_entry> entry, slot& taken) : entry_(std::move(entry)), slot_(taken) {}
+        lease(std::shared_ptr<size_entry> owner, slot& taken) : entry(std::move(owner)), held(taken) {}
         lease(const lease&) = delete;
         lease& operator=(const lease&) = delete;
 
         /// Without a lock: one that failed here would end the process.
-        ~lease() { slot_.busy.store(false, std::memory_order_release); }
+        ~lease() { held.busy.store(false, std::memory_order_release); }
 
-        WORKSPACE& operator*() const { return slot_.workspace; }
+        WORKSPACE& operator*() const { return held.workspace; }
 
     private:
-        std::shared_ptr<size_entry> entry_;
-        slot& slot_;
+        std::shared_ptr<size_entry> entry;
+        slot& held;
     };
 
     /// A free workspace for `size`, or a new one.
     /// @throws what SETUP and WORKSPACE throw
     lease acquire(int size)
     {
-        std::unique_lock registry_guard(lock_);
+        std::unique_lock registry_guard(lock);
         std::shared_ptr<size_entry> entry = find(size);
         const std::lock_guard entry_guard(entry->lock);
         registry_guard.unlock();
@@ -62,15 +62,15 @@ public:
     /// Frees all entries; those in use go with their last lease.
     void clear()
     {
-        const std::lock_guard guard(lock_);
-        entries_.clear();
+        const std::lock_guard guard(lock);
+        entries.clear();
     }
 
     /// The registry of the process. It is cleared at exit but never destroyed: exit handlers and detached threads
     /// of a host may still transform after that.
     static registry& shared()
     {
-        static registry& instance = *std::make_unique<registry>().release();
+        static registry& instance = *new registry;
         static const struct clearer {
             ~clearer() { instance.clear(); }
         } at_exit;
@@ -80,10 +80,10 @@ public:
 private:
     const std::shared_ptr<size_entry>& find(int size)
     {
-        for (const std::shared_ptr<size_entry>& entry : entries_)
+        for (const std::shared_ptr<size_entry>& entry : entries)
             if (entry->size == size)
                 return entry;
-        return entries_.emplace_front(std::make_shared<size_entry>(size));
+        return entries.emplace_front(std::make_shared<size_entry>(size));
     }
 
     static slot& free_slot(size_entry& entry)
@@ -94,8 +94,8 @@ private:
         return entry.slots.emplace_back(entry.setup);
     }
 
-    std::mutex lock_;
-    std::list<std::shared_ptr<size_entry>> entries_;
+    std::mutex lock;
+    std::list<std::shared_ptr<size_entry>> entries;
 };
 
 } // namespace libfft

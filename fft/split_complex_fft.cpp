@@ -1,106 +1,64 @@
 #include "fft/split_complex_fft.h"
 
 #include <cmath>
-#include <memory>
+#include <cstring>
 #include <numbers>
 #include <utility>
 
 #include "fft/butterflies.h"
-#include "tavel/clones.h"
-
-// Vectors wider than the registers of the baseline go through inlined functions only.
-#pragma GCC diagnostic ignored "-Wpsabi"
 
 namespace libfft {
 
-// For each length n from 8 on, the factors exp(-2 pi i j p / n), j = 1, 2, 3, p = 0 .. n/4 - 1: those of the pass
-// that splits length n. Its row j = 1 also serves the real transform of n values.
-template <class T>
-struct fft_setup {
-    explicit fft_setup(int log2_length);
-
-    split_complex<const T> twiddles(std::ptrdiff_t length) const
-    {
-        return {cosines.get() + offset(length), sines.get() + offset(length)};
-    }
-
-private:
-    static constexpr std::ptrdiff_t first_length = 8;
-
-    // Three quarters of all shorter lengths stand before.
-    static std::ptrdiff_t offset(std::ptrdiff_t length) { return 3 * (length - first_length) / 4; }
-
-    std::unique_ptr<T[]> cosines, sines;
-};
-
-template <class T>
-fft_setup<T>::fft_setup(int log2_length)
-{
-    const std::ptrdiff_t longest = std::ptrdiff_t{1} << log2_length;
-    if (longest < first_length)
-        return;
-    cosines = std::make_unique_for_overwrite<T[]>(static_cast<std::size_t>(offset(2 * longest)));
-    sines = std::make_unique_for_overwrite<T[]>(static_cast<std::size_t>(offset(2 * longest)));
-    std::ptrdiff_t place = 0;
-    for (std::ptrdiff_t length = first_length; length <= longest; length *= 2)
-        for (std::ptrdiff_t j = 1; j < 4; ++j)
-            for (std::ptrdiff_t p = 0; p < length / 4; ++p, ++place) {
-                // In long double, whose functions have no variant per processor.
-                const long double turns = static_cast<long double>(j * p) / static_cast<long double>(length);
-                const long double angle = -2.0L * std::numbers::pi_v<long double> * turns;
-                cosines[static_cast<std::size_t>(place)] = static_cast<T>(std::cos(angle));
-                sines[static_cast<std::size_t>(place)] = static_cast<T>(std::sin(angle));
-            }
-}
-
 namespace {
 
-// Numbers side by side, in one register or two.
-template <class T, std::size_t BYTES>
-struct lanes {
-    using type [[gnu::vector_size(BYTES)]] = T;
-    using unaligned [[gnu::vector_size(BYTES), gnu::aligned(alignof(T)), gnu::may_alias]] = T;
-};
+using std::ptrdiff_t;
 
+constexpr ptrdiff_t first_split_length = 8; // shorter transforms are a single pass without factors
+
+// Where the factors of a length begin, behind those of all shorter ones.
+ptrdiff_t twiddle_offset(ptrdiff_t length)
+{
+    return 3 * (length - first_split_length) / 4;
+}
+
+// As many numbers side by side as a register of 16 bytes holds.
 template <class T>
-struct lanes<T, sizeof(T)> {
-    using type = T;
-    using unaligned = T;
+struct lanes {
+    using type [[gnu::vector_size(16)]] = T;
 };
 
 template <class V, class T>
-[[gnu::always_inline]] inline complex_value<V> load(const T* real, const T* imag)
+complex_value<V> load(const T* real, const T* imag)
 {
-    using unaligned = typename lanes<T, sizeof(V)>::unaligned;
-    return {*reinterpret_cast<const unaligned*>(real), *reinterpret_cast<const unaligned*>(imag)};
+    complex_value<V> values;
+    std::memcpy(&values.real, real, sizeof(V));
+    std::memcpy(&values.imag, imag, sizeof(V));
+    return values;
 }
 
 template <class V, class T>
-[[gnu::always_inline]] inline void store(const complex_value<V>& values, T* real, T* imag)
+void store(const complex_value<V>& values, T* real, T* imag)
 {
-    using unaligned = typename lanes<T, sizeof(V)>::unaligned;
-    *reinterpret_cast<unaligned*>(real) = values.real;
-    *reinterpret_cast<unaligned*>(imag) = values.imag;
+    std::memcpy(real, &values.real, sizeof(V));
+    std::memcpy(imag, &values.imag, sizeof(V));
 }
 
-// A pass that splits `stride` transforms of length 4 * groups, laid side by side, into four times as many of a
-// quarter of the length. V is T, or lanes of T where the stride is a multiple of their count. The pointers are
-// parameters, since only there does the compiler heed __restrict and vectorise the pass with V = T over p.
+// The pointers are parameters, since only there does the compiler heed __restrict and vectorise the pass with V = T
+// over p.
 template <class V, class T>
-[[gnu::always_inline]] inline void split_transforms(const T* __restrict in_real, const T* __restrict in_imag,
-                                                    T* __restrict out_real, T* __restrict out_imag,
-                                                    const T* __restrict cosines, const T* __restrict sines,
-                                                    std::ptrdiff_t groups, std::ptrdiff_t stride)
+void split_transforms(const T* __restrict in_real, const T* __restrict in_imag, T* __restrict out_real,
+                      T* __restrict out_imag, const T* __restrict cosines, const T* __restrict sines, ptrdiff_t groups,
+                      ptrdiff_t stride)
 {
-    const std::ptrdiff_t row = groups * stride;
-    for (std::ptrdiff_t p = 0; p < groups; ++p) {
-        for (std::ptrdiff_t q = 0; q < stride; q += sizeof(V) / sizeof(T)) {
+    const ptrdiff_t row = groups * stride;
+    for (ptrdiff_t p = 0; p < groups; ++p) {
+        for (ptrdiff_t q = 0; q < stride; q += sizeof(V) / sizeof(T)) {
             complex_value<V> z[4];
             for (int j = 0; j < 4; ++j)
                 z[j] = load<V>(in_real + p * stride + q + j * row, in_imag + p * stride + q + j * row);
             butterfly(z);
             for (int j = 1; j < 4; ++j) {
-                const std::ptrdiff_t w = (j - 1) * groups + p;
+                const ptrdiff_t w = (j - 1) * groups + p;
                 z[j] = z[j] * complex_value<T>{cosines[w], sines[w]};
             }
             for (int j = 0; j < 4; ++j)
@@ -109,19 +67,20 @@ template <class V, class T>
     }
 }
 
+// A pass that splits `stride` transforms, laid side by side, into four times as many of a quarter of the length.
+// V is T, or lanes of T where the stride is a multiple of their count.
 template <class V, class T>
-[[gnu::always_inline]] inline void split_pass(const fft_setup<T>& setup, split_complex<T> from, split_complex<T> to,
-                                              std::ptrdiff_t length, std::ptrdiff_t stride)
+void split_pass(split_complex<T> from, split_complex<T> to, split_complex<const T> twiddles, ptrdiff_t length,
+                ptrdiff_t stride)
 {
-    const split_complex<const T> twiddles = setup.twiddles(length);
     split_transforms<V>(from.real, from.imag, to.real, to.imag, twiddles.real, twiddles.imag, length / 4, stride);
 }
 
 // The pass that is left when the transforms side by side are RADIX long. `from` and `to` may be the same.
 template <int RADIX, class V, class T>
-[[gnu::always_inline]] inline void last_pass(split_complex<T> from, split_complex<T> to, std::ptrdiff_t stride)
+void last_pass(split_complex<T> from, split_complex<T> to, ptrdiff_t stride)
 {
-    for (std::ptrdiff_t q = 0; q < stride; q += sizeof(V) / sizeof(T)) {
+    for (ptrdiff_t q = 0; q < stride; q += sizeof(V) / sizeof(T)) {
         complex_value<V> z[RADIX];
         for (int j = 0; j < RADIX; ++j)
             z[j] = load<V>(from.real + q + j * stride, from.imag + q + j * stride);
@@ -132,8 +91,7 @@ template <int RADIX, class V, class T>
 }
 
 template <class V, class T>
-[[gnu::always_inline]] inline void last_pass(std::ptrdiff_t length, split_complex<T> from, split_complex<T> to,
-                                             std::ptrdiff_t stride)
+void last_pass(ptrdiff_t length, split_complex<T> from, split_complex<T> to, ptrdiff_t stride)
 {
     if (length == 4)
         last_pass<4, V>(from, to, stride);
@@ -141,59 +99,7 @@ template <class V, class T>
         last_pass<2, V>(from, to, stride);
 }
 
-// Forward transform of `length` complex values, from `data` through `scratch` back to `data`.
-template <class T>
-[[gnu::always_inline]] inline void transform(const fft_setup<T>& setup, split_complex<T> data, split_complex<T> scratch,
-                                             std::ptrdiff_t length)
-{
-    using narrow = typename lanes<T, 16>::type;
-    using wide = typename lanes<T, 32>::type;
-    constexpr std::ptrdiff_t wide_count = sizeof(wide) / sizeof(T);
-    if (length <= 4)
-        return last_pass<T>(length, data, data, 1);
-    split_pass<T>(setup, data, scratch, length, 1);
-    split_complex<T> from = scratch, to = data;
-    std::ptrdiff_t stride = 4;
-    for (length /= 4; length > 4; length /= 4, stride *= 4) {
-        if (stride < wide_count)
-            split_pass<narrow>(setup, from, to, length, stride);
-        else
-            split_pass<wide>(setup, from, to, length, stride);
-        std::swap(from, to);
-    }
-    if (stride < wide_count)
-        last_pass<narrow>(length, from, data, stride);
-    else
-        last_pass<wide>(length, from, data, stride);
-}
-
-TAVEL_CLONES
-void transform_single(const fft_setup<float>& setup, split_complex<float> data, split_complex<float> scratch,
-                      std::ptrdiff_t length)
-{
-    transform(setup, data, scratch, length);
-}
-
-TAVEL_CLONES
-void transform_double(const fft_setup<double>& setup, split_complex<double> data, split_complex<double> scratch,
-                      std::ptrdiff_t length)
-{
-    transform(setup, data, scratch, length);
-}
-
-// An overload for either precision, and the inverse as the forward transform of swapped arrays.
-void run_transform(const fft_setup<float>& setup, split_complex<float> data, split_complex<float> scratch,
-                   std::ptrdiff_t length)
-{
-    transform_single(setup, data, scratch, length);
-}
-
-void run_transform(const fft_setup<double>& setup, split_complex<double> data, split_complex<double> scratch,
-                   std::ptrdiff_t length)
-{
-    transform_double(setup, data, scratch, length);
-}
-
+// A forward transform of swapped arrays is an inverse one.
 template <class T>
 split_complex<T> swap_parts(split_complex<T> split)
 {
@@ -204,10 +110,10 @@ split_complex<T> swap_parts(split_complex<T> split)
 // place and in pairs of the bins k and count - k: `front` is bin 0, `back` is bin `count`. The direction turns the
 // sense of the twiddles.
 template <class T>
-void combine_bins(T* __restrict front_real, T* __restrict front_imag, T* __restrict back_real, T* __restrict back_imag,
-                  const T* __restrict cosines, const T* __restrict sines, std::ptrdiff_t count, T direction)
+void combine_pairs(T* __restrict front_real, T* __restrict front_imag, T* __restrict back_real, T* __restrict back_imag,
+                   const T* __restrict cosines, const T* __restrict sines, ptrdiff_t count, T direction)
 {
-    for (std::ptrdiff_t k = 1; k < count / 2; ++k) {
+    for (ptrdiff_t k = 1; k < count / 2; ++k) {
         const complex_value<T> a = {front_real[k], front_imag[k]}, b = {back_real[-k], -back_imag[-k]};
         const complex_value<T> sum = a + b;
         const complex_value<T> turned = (a - b) * complex_value<T>{sines[k], -direction * cosines[k]};
@@ -218,9 +124,52 @@ void combine_bins(T* __restrict front_real, T* __restrict front_imag, T* __restr
     }
 }
 
+} // namespace
+
+// For each length n from 8 on, the factors exp(-2 pi i j p / n), j = 1, 2, 3, p = 0 .. n/4 - 1: those of the pass
+// that splits length n. Its row j = 1 also serves the real transform of n values.
 template <class T>
-void combine_all_bins(const fft_setup<T>& setup, split_complex<T> data, std::ptrdiff_t count, int direction)
+split_complex_fft<T>::split_complex_fft(int size) : length(size)
 {
+    for (ptrdiff_t n = first_split_length; n <= length; n *= 2)
+        for (ptrdiff_t j = 1; j < 4; ++j)
+            for (ptrdiff_t p = 0; p < n / 4; ++p) {
+                // In long double, whose functions have no variant per processor.
+                const long double turns = static_cast<long double>(j * p) / static_cast<long double>(n);
+                const long double angle = -2.0L * std::numbers::pi_v<long double> * turns;
+                cosines.push_back(static_cast<T>(std::cos(angle)));
+                sines.push_back(static_cast<T>(std::sin(angle)));
+            }
+}
+
+template <class T>
+split_complex<const T> split_complex_fft<T>::twiddles(ptrdiff_t part_length) const
+{
+    const ptrdiff_t offset = twiddle_offset(part_length);
+    return {cosines.data() + offset, sines.data() + offset};
+}
+
+// Forward transform of `count` complex values, from `data` through `scratch` back to `data`.
+template <class T>
+void split_complex_fft<T>::forward(ptrdiff_t count, split_complex<T> data, split_complex<T> scratch) const
+{
+    using side_by_side = typename lanes<T>::type;
+    if (count <= 4)
+        return last_pass<T>(count, data, data, 1);
+    split_pass<T>(data, scratch, twiddles(count), count, 1);
+    split_complex<T> from = scratch, to = data;
+    ptrdiff_t stride = 4;
+    for (count /= 4; count > 4; count /= 4, stride *= 4) {
+        split_pass<side_by_side>(from, to, twiddles(count), count, stride);
+        std::swap(from, to);
+    }
+    last_pass<side_by_side>(count, from, data, stride);
+}
+
+template <class T>
+void split_complex_fft<T>::combine_bins(split_complex<T> data, int direction) const
+{
+    const ptrdiff_t count = length / 2;
     const T factor = direction == 1 ? T(2) : T(1);
     const T first = data.real[0], nyquist = data.imag[0];
     data.real[0] = factor * (first + nyquist);
@@ -231,131 +180,31 @@ void combine_all_bins(const fft_setup<T>& setup, split_complex<T> data, std::ptr
     data.imag[count / 2] *= T(-2);
     if (count < 4)
         return;
-    const split_complex<const T> twiddles = setup.twiddles(2 * count);
-    combine_bins(data.real, data.imag, data.real + count, data.imag + count, twiddles.real, twiddles.imag, count,
-                 static_cast<T>(direction));
+    const auto [w_real, w_imag] = twiddles(length);
+    combine_pairs(data.real, data.imag, data.real + count, data.imag + count, w_real, w_imag, count,
+                  static_cast<T>(direction));
 }
 
 template <class T>
-void real_transform(const fft_setup<T>& setup, split_complex<T> data, split_complex<T> scratch, int log2_length,
-                    int direction)
+void split_complex_fft<T>::transform_real(split_complex<T> data, split_complex<T> scratch, int direction) const noexcept
 {
-    const std::ptrdiff_t count = (std::ptrdiff_t{1} << log2_length) / 2;
     if (direction == 1) {
-        run_transform(setup, data, scratch, count);
-        combine_all_bins(setup, data, count, direction);
+        forward(length / 2, data, scratch);
+        combine_bins(data, direction);
     } else {
-        combine_all_bins(setup, data, count, direction);
-        run_transform(setup, swap_parts(data), scratch, count);
+        combine_bins(data, direction);
+        forward(length / 2, swap_parts(data), scratch);
     }
 }
 
 template <class T>
-void complex_transform(const fft_setup<T>& setup, split_complex<T> data, split_complex<T> scratch, int log2_length,
-                       int direction)
+void split_complex_fft<T>::transform_complex(split_complex<T> data, split_complex<T> scratch,
+                                             int direction) const noexcept
 {
-    run_transform(setup, direction == 1 ? data : swap_parts(data), scratch, std::ptrdiff_t{1} << log2_length);
+    forward(length, direction == 1 ? data : swap_parts(data), scratch);
 }
 
-template <class T>
-void split_pairs(const T* __restrict pairs, T* __restrict real, T* __restrict imag, std::ptrdiff_t count)
-{
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        real[i] = pairs[2 * i];
-        imag[i] = pairs[2 * i + 1];
-    }
-}
-
-template <class T>
-void join_pairs(const T* __restrict real, const T* __restrict imag, T* __restrict pairs, std::ptrdiff_t count)
-{
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        pairs[2 * i] = real[i];
-        pairs[2 * i + 1] = imag[i];
-    }
-}
-
-template <class T>
-void multiply(T* values, T factor, std::ptrdiff_t count)
-{
-    for (std::ptrdiff_t i = 0; i < count; ++i)
-        values[i] *= factor;
-}
-
-} // namespace
-
-fft_setup<float>* create_fftsetup(int log2_length)
-{
-    return std::make_unique<fft_setup<float>>(log2_length).release();
-}
-
-fft_setup<double>* create_fftsetupD(int log2_length)
-{
-    return std::make_unique<fft_setup<double>>(log2_length).release();
-}
-
-void destroy_fftsetup(fft_setup<float>* setup) noexcept
-{
-    delete setup;
-}
-
-void destroy_fftsetupD(fft_setup<double>* setup) noexcept
-{
-    delete setup;
-}
-
-void ctoz(const float* pairs, split_complex<float> split, std::ptrdiff_t count) noexcept
-{
-    split_pairs(pairs, split.real, split.imag, count);
-}
-
-void ctozD(const double* pairs, split_complex<double> split, std::ptrdiff_t count) noexcept
-{
-    split_pairs(pairs, split.real, split.imag, count);
-}
-
-void ztoc(split_complex<float> split, float* pairs, std::ptrdiff_t count) noexcept
-{
-    join_pairs(split.real, split.imag, pairs, count);
-}
-
-void ztocD(split_complex<double> split, double* pairs, std::ptrdiff_t count) noexcept
-{
-    join_pairs(split.real, split.imag, pairs, count);
-}
-
-void vsmul(float* values, float factor, std::ptrdiff_t count) noexcept
-{
-    multiply(values, factor, count);
-}
-
-void vsmulD(double* values, double factor, std::ptrdiff_t count) noexcept
-{
-    multiply(values, factor, count);
-}
-
-void fft_zrip(const fft_setup<float>& setup, split_complex<float> data, split_complex<float> scratch, int log2_length,
-              int direction) noexcept
-{
-    real_transform(setup, data, scratch, log2_length, direction);
-}
-
-void fft_zripD(const fft_setup<double>& setup, split_complex<double> data, split_complex<double> scratch,
-               int log2_length, int direction) noexcept
-{
-    real_transform(setup, data, scratch, log2_length, direction);
-}
-
-void fft_zip(const fft_setup<float>& setup, split_complex<float> data, split_complex<float> scratch, int log2_length,
-             int direction) noexcept
-{
-    complex_transform(setup, data, scratch, log2_length, direction);
-}
-
-void fft_zipD(const fft_setup<double>& setup, split_complex<double> data, split_complex<double> scratch,
-              int log2_length, int direction) noexcept
-{
-    complex_transform(setup, data, scratch, log2_length, direction);
-}
+template class split_complex_fft<float>;
+template class split_complex_fft<double>;
 
 } // namespace libfft

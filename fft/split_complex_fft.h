@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 namespace libfft {
 
@@ -11,48 +12,37 @@ struct split_complex {
     T* imag;
 };
 
-/// Twiddle factors for transforms of power-of-two length.
-template <class T>
-struct fft_setup;
-
-/// Tables for every length up to 2^log2_length; free them with destroy_fftsetup.
-/// @throws std::bad_alloc
-fft_setup<float>* create_fftsetup(int log2_length);
-fft_setup<double>* create_fftsetupD(int log2_length);
-
-void destroy_fftsetup(fft_setup<float>* setup) noexcept;
-void destroy_fftsetupD(fft_setup<double>* setup) noexcept;
-
-/// Interleaved pairs to split arrays.
-void ctoz(const float* pairs, split_complex<float> split, std::ptrdiff_t count) noexcept;
-void ctozD(const double* pairs, split_complex<double> split, std::ptrdiff_t count) noexcept;
-
-/// Split arrays to interleaved pairs.
-void ztoc(split_complex<float> split, float* pairs, std::ptrdiff_t count) noexcept;
-void ztocD(split_complex<double> split, double* pairs, std::ptrdiff_t count) noexcept;
-
-/// Multiplies an array by a factor, in place.
-void vsmul(float* values, float factor, std::ptrdiff_t count) noexcept;
-void vsmulD(double* values, double factor, std::ptrdiff_t count) noexcept;
-
-/// In-place transform of 2^log2_length real values, the even ones in `data.real` and the odd ones in `data.imag`.
-/// The spectrum has bin k at index k, with the value at the Nyquist frequency in the imaginary part of bin 0.
-/// Forward gives twice the plain sum; inverse turns a plain spectrum into the length times the signal.
+/// Transforms of one length, a power of two, in place on split arrays. Holds twiddle factors only: any number of
+/// threads may use it at once, each with arrays of its own. Instantiated for float and double.
 /// Radix-4 passes after T. G. Stockham (in W. T. Cochran et al., "What is the fast Fourier transform?", Proc. IEEE
 /// 55(10), 1967), which need no reordering.
-/// @param scratch   half as many complex values as the length, as `data` has; overwritten
-/// @param direction 1 forward, -1 inverse
-void fft_zrip(const fft_setup<float>& setup, split_complex<float> data, split_complex<float> scratch, int log2_length,
-              int direction) noexcept;
-void fft_zripD(const fft_setup<double>& setup, split_complex<double> data, split_complex<double> scratch,
-               int log2_length, int direction) noexcept;
+template <class T>
+class split_complex_fft {
+public:
+    /// @throws std::bad_alloc
+    explicit split_complex_fft(int size);
 
-/// In-place transform of 2^log2_length complex values, the plain sum in both directions.
-/// @param scratch   as many complex values as `data`; overwritten
-/// @param direction 1 forward, -1 inverse
-void fft_zip(const fft_setup<float>& setup, split_complex<float> data, split_complex<float> scratch, int log2_length,
-             int direction) noexcept;
-void fft_zipD(const fft_setup<double>& setup, split_complex<double> data, split_complex<double> scratch,
-              int log2_length, int direction) noexcept;
+    std::ptrdiff_t size() const { return length; }
+
+    /// Transform of `length` real values, the even ones in `data.real` and the odd ones in `data.imag`. The spectrum
+    /// has bin k at index k, with the value at the Nyquist frequency in the imaginary part of bin 0.
+    /// Forward gives twice the plain sum; inverse turns a plain spectrum into the length times the signal.
+    /// @param scratch   length / 2 complex values, as `data` has; overwritten
+    /// @param direction 1 forward, -1 inverse
+    void transform_real(split_complex<T> data, split_complex<T> scratch, int direction) const noexcept;
+
+    /// Transform of `length` complex values, the plain sum in both directions.
+    /// @param scratch   as many complex values as `data`; overwritten
+    /// @param direction 1 forward, -1 inverse
+    void transform_complex(split_complex<T> data, split_complex<T> scratch, int direction) const noexcept;
+
+private:
+    split_complex<const T> twiddles(std::ptrdiff_t part_length) const;
+    void forward(std::ptrdiff_t count, split_complex<T> data, split_complex<T> scratch) const;
+    void combine_bins(split_complex<T> data, int direction) const;
+
+    std::ptrdiff_t length;
+    std::vector<T> cosines, sines;
+};
 
 } // namespace libfft
