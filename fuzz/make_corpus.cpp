@@ -121,5 +121,6 @@ int main(int count, char** arguments)
         const std::string settings = packed(values[i % 10], values[i * 7 % 10]);
         keep("job", std::to_string(i), kind + settings + random_bytes(4) + random_bytes(sizes[generator() % 5]));
         keep("interface_calls", std::to_string(i), random_bytes(30));
+        keep("c_calls", std::to_string(i), random_bytes(120));
     }
 }
