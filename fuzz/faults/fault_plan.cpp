@@ -132,13 +132,23 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
     return fails(on_host ? fault::host_lock : fault::worker_lock) ? EAGAIN : __real_pthread_mutex_lock(mutex);
 }
 
+// libsndfile 1.2.0 crashes where an allocation fails while it opens.
 SNDFILE* __real_sf_open(const char*, int, SF_INFO*);
 SNDFILE* __wrap_sf_open(const char* path, int mode, SF_INFO* info)
 {
     if (fails(fault::sound_open))
         return nullptr;
-    opening = true; // libsndfile 1.2.0 crashes where an allocation fails in here
+    opening = true;
     SNDFILE* const file = __real_sf_open(path, mode, info);
+    opening = false;
+    return file;
+}
+
+SNDFILE* __real_sf_open_fd(int, int, SF_INFO*, int);
+SNDFILE* __wrap_sf_open_fd(int descriptor, int mode, SF_INFO* info, int close)
+{
+    opening = true;
+    SNDFILE* const file = __real_sf_open_fd(descriptor, mode, info, close);
     opening = false;
     return file;
 }

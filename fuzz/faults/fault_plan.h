@@ -4,7 +4,7 @@
 
 /// What can be made to fail: calls of the C library and of libsndfile, as the library makes them.
 enum class fault : int {
-    allocation, ///< malloc, calloc, realloc and the aligned ones, by whomever but sf_open
+    allocation, ///< malloc, calloc, realloc and the aligned ones, by whomever but sf_open and sf_open_fd
     thread_create,
     mutex_init,
     host_lock,   ///< pthread_mutex_lock of the library on the thread that armed the plan

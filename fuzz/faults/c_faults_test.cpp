@@ -1,0 +1,201 @@
+// Every allocation of a job that is run through the interface for C fails in turn, alone and with all behind it. Each
+// point is a child process; two jobs without faults follow the one with. FAULT_STRIDE as in faults_test.cpp.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "fuzz/faults/fault_plan.h"
+#include "tests/support/files.h"
+#include "tests/support/sound.h"
+#include "veloria/veloria_c.h"
+
+namespace {
+
+constexpr std::size_t most_moments = 16;
+
+struct result {
+    std::size_t n = 0;
+    double times[most_moments] = {};
+    std::uint8_t similarity[most_moments * most_moments] = {};
+};
+
+bool operator==(const result& a, const result& b)
+{
+    return a.n == b.n && std::equal(a.times, std::end(a.times), b.times) &&
+           std::equal(a.similarity, std::end(a.similarity), b.similarity);
+}
+
+// What a child leaves behind.
+struct outcome {
+    veloria_code code = VELORIA_RUNNING;
+    char text[256] = {};
+    result got, clean[2];
+    std::int64_t hits = 0;   // calls that failed
+    std::int64_t blocks = 0; // still held after all jobs
+    int descriptors = 0;
+};
+
+struct sound {
+    std::string path;
+    veloria_samples samples{}; // without data: the file is meant
+};
+
+// Any of its calls may fail, and leave the code and the text. The end alone is insisted on.
+void run(const sound& analyzed, veloria_code& code, char* text, std::size_t text_size, result& got)
+{
+    veloria_job* job = nullptr;
+    const char* const path = analyzed.path.c_str();
+    code = analyzed.samples.data != nullptr
+               ? veloria_start_samples(&analyzed.samples, nullptr, nullptr, &job, text, text_size)
+               : veloria_start(&path, 1, nullptr, nullptr, &job, text, text_size);
+    if (code == VELORIA_OK)
+        code = veloria_job_wait(job, -1.0);
+    if (code == VELORIA_OK)
+        code = veloria_job_size(job, &got.n, text, text_size);
+    else if (job != nullptr && veloria_job_message(job, text, text_size) == VELORIA_NO_MEMORY)
+        code = VELORIA_NO_MEMORY; // for the message
+    if (code == VELORIA_OK && got.n <= most_moments)
+        code = veloria_job_result(job, got.n, got.times, got.similarity, text, text_size);
+    for (int i = 0; i < 100 && job != nullptr; ++i)
+        if (veloria_job_end(job) == VELORIA_OK)
+            job = nullptr;
+    if (job != nullptr)
+        _exit(3);
+}
+
+void child(const sound& analyzed, const fault_plan& plan, const std::string& printed, outcome& left)
+{
+    dup2(open(printed.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+    alarm(60);
+    const std::int64_t before = living_blocks();
+    arm(plan, left.hits);
+    run(analyzed, left.code, left.text, sizeof left.text, left.got);
+    disarm();
+    veloria_code code = VELORIA_OK;
+    for (result& clean : left.clean)
+        run(analyzed, code, nullptr, 0, clean);
+    left.blocks = living_blocks() - before;
+    for (int i = 0; i < 1024; ++i)
+        left.descriptors += fcntl(i, F_GETFD) != -1;
+}
+
+// Runs a child and returns how it ended.
+int run_in_child(const sound& analyzed, const fault_plan& plan, const std::string& printed, outcome& left)
+{
+    new (&left) outcome;
+    const pid_t process = fork();
+    if (process == 0) {
+        child(analyzed, plan, printed, left);
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    return status;
+}
+
+class CFaults : public testing::Test {
+protected:
+    test_folder folder;
+    std::vector<float> data;
+    sound sounds[2];
+    outcome& left =
+        *new (mmap(nullptr, sizeof(outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) outcome;
+
+    void SetUp() override
+    {
+        constexpr int rate_hz = 22050, frames = 3 * rate_hz;
+        for (int i = 0; i < frames; ++i)
+            data.push_back(0.5F * std::sin(0.0001F * static_cast<float>(i) * static_cast<float>(i / rate_hz + 1)));
+        sounds[0].path = folder.path("sound.wav");
+        write_sound(sounds[0].path, rate_hz, 2, frames);
+        sounds[1].samples = {sizeof(veloria_samples), data.data(), VELORIA_FLOAT32, 1, frames, rate_hz};
+    }
+
+    int run_with(const sound& analyzed, const fault_plan& plan) const
+    {
+        return run_in_child(analyzed, plan, folder.path("stderr"), left);
+    }
+
+    void TearDown() override { munmap(&left, sizeof left); }
+};
+
+TEST_F(CFaults, MakeACodeAndATextOfEveryAllocation)
+{
+    const char* const given = std::getenv("FAULT_STRIDE");
+    const int stride = given == nullptr ? 1 : std::max(1, std::atoi(given));
+    int points = 0, ends[7] = {}, exits = 0;
+    for (const sound& analyzed : sounds) {
+        ASSERT_EQ(run_with(analyzed, {fault::allocation, -2}), 0);
+        ASSERT_EQ(left.code, VELORIA_OK) << left.text;
+        const result reference = left.got;
+        ASSERT_EQ(reference.n, 5U);
+        const std::int64_t blocks = left.blocks;
+        const int descriptors = left.descriptors;
+        for (const bool lasting : {false, true})
+            for (std::int64_t index = 0;; index += stride) {
+                SCOPED_TRACE(testing::Message()
+                             << analyzed.path << ", allocation " << index << ", lasting " << lasting);
+                const int status = run_with(analyzed, {fault::allocation, index, lasting});
+                if (left.hits == 0)
+                    break;
+                ++points;
+                if (status != 0) {
+                    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE) << status;
+                    ASSERT_EQ(contents(folder.path("stderr")),
+                              "Out of memory. Details\nstd::bad_alloc\n"); // by the load
+                    ++exits;
+                    continue;
+                }
+                ++ends[left.code];
+                ASSERT_TRUE(left.code == VELORIA_OK || left.code == VELORIA_FAILED || left.code == VELORIA_NO_MEMORY)
+                    << left.code;
+                ASSERT_EQ(left.code == VELORIA_OK, left.text[0] == '\0') << left.code << left.text;
+                ASSERT_TRUE(left.code != VELORIA_OK || left.got == reference);
+                for (const result& clean : left.clean)
+                    ASSERT_TRUE(clean == reference);
+                ASSERT_EQ(left.blocks, blocks) << left.text;
+                ASSERT_EQ(left.descriptors, descriptors) << left.text;
+            }
+    }
+    EXPECT_GT(ends[VELORIA_NO_MEMORY], 0);
+    std::printf(
+        "%d failing allocations, stride %d: done all the same %d, failed %d, no memory %d, exit in the load %d\n",
+        points, stride, ends[VELORIA_OK], ends[VELORIA_FAILED], ends[VELORIA_NO_MEMORY], exits);
+}
+
+TEST_F(CFaults, MakeACodeAndATextOfWhatTheSystemRefuses)
+{
+    const struct {
+        fault what;
+        const char* text;
+    } cases[] = {{fault::thread_create, "internal error on thread creation"},
+                 {fault::mutex_init, "error creating mutex"},
+                 {fault::sound_open, "error opening file '"},
+                 {fault::bad_read, "readsnd::FileObj::read error \n"},
+                 {fault::file_open, "Error opening file '/proc/self/fd/"},
+                 {fault::file_write, "error writing file '/proc/self/fd/"}};
+    for (const auto& [what, text] : cases)
+        for (const sound& analyzed : sounds) {
+            SCOPED_TRACE(text);
+            ASSERT_EQ(run_with(analyzed, {what, 0, true, ENOSPC}), 0);
+            EXPECT_GT(left.hits, 0);
+            EXPECT_EQ(left.code, VELORIA_FAILED);
+            EXPECT_TRUE(std::string(left.text).starts_with(text)) << left.text;
+            EXPECT_TRUE(left.clean[0] == left.clean[1] && left.clean[1].n > 0);
+        }
+}
+
+} // namespace
