@@ -1,0 +1,70 @@
+// Sections: bars along both axes, a table, and labels to save.
+
+const parts = facts.sections ?? [];
+
+/** One color a letter, all light enough for dark text. */
+const partColors = new Map();
+for (const {label} of parts)
+    if (!partColors.has(label))
+        partColors.set(label, `hsl(${Math.round(35 + partColors.size * 137.5) % 360} 62% 74%)`);
+
+function partButton(part, name) {
+    const button = document.createElement("button");
+    button.type = "button";
+    button.className = "part";
+    button.textContent = part.label;
+    button.style.background = partColors.get(part.label);
+    button.title = `${name} ${clock(part.start)} – ${clock(part.end)}`;
+    button.addEventListener("click", () => playWhole(part.start, part.end));
+    return button;
+}
+
+function fillParts() {
+    document.getElementById("parts").hidden = parts.length === 0;
+    const body = document.querySelector("#sections tbody");
+    for (const part of parts) {
+        const row = body.insertRow();
+        Object.assign(row.dataset, {start: part.start, end: part.end, label: part.label});
+        const button = partButton(part, part.label);
+        button.setAttribute("aria-label", facts.sound ? `Play ${part.label}` : part.label);
+        row.insertCell().append(button);
+        row.insertCell().textContent = clock(part.start);
+        row.insertCell().textContent = clock(part.end);
+    }
+    for (const axis of ["x", "y"])
+        document.getElementById(`bars-${axis}`).append(...parts.map((part) => {
+            const bar = partButton(part, part.label);
+            bar.tabIndex = -1;
+            return bar;
+        }));
+    document.getElementById("labels").addEventListener("click", saveLabels);
+}
+
+/** Lays the bars beside what is seen of the axes. */
+function placeParts() {
+    const layAlong = (bars, from, start, size) => parts.forEach((part, k) => {
+        const begin = Math.max((placeOf(part.start) - from) / view.span, 0);
+        const end = Math.min((placeOf(part.end) - from) / view.span, 1);
+        bars.children[k].hidden = end <= begin;
+        bars.children[k].style[start] = `${100 * begin}%`;
+        bars.children[k].style[size] = `${100 * Math.max(end - begin, 0)}%`;
+    });
+    layAlong(document.getElementById("bars-x"), view.x, "left", "width");
+    layAlong(document.getElementById("bars-y"), view.y, "bottom", "height");
+    document.getElementById("bars-y").style.visibility = view.kind === "lag" ? "hidden" : "visible";
+}
+
+function markPart(seconds) {
+    for (const row of document.querySelectorAll("#sections tbody tr"))
+        row.setAttribute("aria-current", seconds >= row.dataset.start && seconds < row.dataset.end);
+}
+
+/** Audacity's label track: start, end and text, with tabs between them. */
+function saveLabels() {
+    const text = parts.map(({start, end, label}) => `${start.toFixed(6)}\t${end.toFixed(6)}\t${label}\n`).join("");
+    const link = document.createElement("a");
+    link.href = URL.createObjectURL(new Blob([text], {type: "text/plain"}));
+    link.download = `${facts.title.replace(/\.[^.]*$/, "")}.txt`;
+    link.click();
+    setTimeout(() => URL.revokeObjectURL(link.href), 1000);
+}
