@@ -15,7 +15,7 @@ from pathlib import Path
 ROOT, MARQUEN, GABARIT = (Path(argument).resolve() for argument in sys.argv[1:4])
 PROGRAMS = {"marquen": MARQUEN, "gabarit": GABARIT}
 # Each option after what stands ahead of it on the command line.
-COMMANDS = [["marquen"], ["gabarit"]] + [["gabarit", name] for name in ("info", "verify", "picture", "export")]
+COMMANDS = [["marquen"], ["gabarit"]] + [["gabarit", name] for name in ("info", "verify", "picture", "export", "page")]
 
 
 def run(command):
@@ -95,7 +95,7 @@ class Options(unittest.TestCase):
 
 class Files(unittest.TestCase):
     def test_those_that_fit_are_offered(self):
-        names = {"a b.WAV", "a.flac", "a.sdif", "a.png", "a.svg", "a.pdf", "a.npy", "a.csv", "a.txt", "folder"}
+        names = {"a b.WAV", "a.flac", "a.sdif", "a.png", "a.svg", "a.pdf", "a.npy", "a.csv", "a.txt", "a.html", "folder"}
         sounds, pictures = {"a b.WAV", "a.flac"}, {"a.png", "a.svg", "a.pdf"}
         cases = [
             (["marquen", "--input", ""], sounds),
@@ -108,6 +108,9 @@ class Files(unittest.TestCase):
             (["gabarit", "picture", "--size", "500", "--map", "=", "gray", ""], {"a.sdif"}),
             (["gabarit", "picture", "--plain", "a.sdif", ""], pictures),
             (["gabarit", "export", "a.sdif", ""], {"a.npy", "a.csv"}),
+            (["gabarit", "page", "--title", "a.sdif", "a.sdif", ""], {"a.html"}),
+            (["gabarit", "page", "--sections", ""], {"a.txt"}),
+            (["gabarit", "page", "--with", ""], {"a.sdif"}),
         ]
         with tempfile.TemporaryDirectory() as folder:
             for name in names - {"folder"}:

@@ -1,0 +1,277 @@
+#include "gabarit/page/listening_page.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstddef>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+
+#include "gabarit/page/base64.h"
+#include "gabarit/page/page_template.h"
+#include "gabarit/page/recording.h"
+#include "gabarit/page/square_tiles.h"
+#include "gabarit/reader.h"
+#include "picture/color_table.h"
+#include "picture/whole_file.h"
+
+namespace fs = std::filesystem;
+
+namespace gabarit {
+
+namespace {
+
+// A gabarit, whole.
+struct loaded_gabarit {
+    byte_square square;
+    std::vector<double> times;
+    std::string sound;
+    settings made_with;
+};
+
+loaded_gabarit load(const std::string& path)
+{
+    reader file(path);
+    const auto n = static_cast<std::size_t>(file.size());
+    loaded_gabarit loaded{{file.size(), {}}, {}, file.sound(), file.made_with()};
+    std::vector<unsigned char>& cells = loaded.square.cells;
+    cells.reserve(n * n);
+    for (column next{}; file.next_column(next);) {
+        // Only one half of the square goes into the page.
+        for (std::size_t i = 0; i < loaded.times.size(); ++i)
+            if (cells[i * n + loaded.times.size()] != next.similarity[i])
+                throw Quillon::FormatError(next.offset, "not symmetric: a frame differs from the values that the "
+                                                        "others have for it");
+        cells.insert(cells.end(), next.similarity.begin(), next.similarity.end());
+        loaded.times.push_back(next.time_seconds);
+    }
+    return loaded;
+}
+
+double step_of(const loaded_gabarit& loaded)
+{
+    const double recorded = std::strtod(loaded.made_with.modeling_step.c_str(), nullptr);
+    if (loaded.times.size() > 1)
+        return (loaded.times.back() - loaded.times.front()) / static_cast<double>(loaded.times.size() - 1);
+    return recorded > 0.0 && std::isfinite(recorded) ? recorded : 1.0;
+}
+
+std::vector<sections::section> find_parts(const loaded_gabarit& loaded)
+{
+    const double window = std::strtod(loaded.made_with.modeling_window.c_str(), nullptr);
+    const double first = loaded.times.empty() ? 0.0 : loaded.times.front();
+    return sections::find_sections({loaded.square.cells, loaded.square.side},
+                                   {first, step_of(loaded), window > 0.0 && std::isfinite(window) ? window : 1.0});
+}
+
+// The moments lie a step apart, none closer than a step to either end of the sound.
+void check_length(const loaded_gabarit& loaded, double seconds, const std::string& path)
+{
+    const double step = step_of(loaded), n = static_cast<double>(loaded.times.size());
+    constexpr double tolerance = 0.1; // frames are rounded, and decoders add some milliseconds
+    const double shortest = n == 0.0 ? 0.0 : n == 1.0 ? step : (n + 1.0) * step;
+    const double longest = n == 0.0 ? step : (n + 2.0) * step;
+    if (seconds < shortest - tolerance || seconds > longest + tolerance)
+        throw std::runtime_error("the sound '" + path + "' is of " + std::to_string(seconds) +
+                                 " s, but the gabarit was made of one of some " +
+                                 std::to_string((shortest + longest) / 2.0) +
+                                 " s: give that by --sound FILE, or --no-sound for a page without");
+}
+
+// The sound as it was named, seen from here or from the gabarit.
+std::string find_sound(const loaded_gabarit& loaded, const std::string& sdif_path, const std::string& given)
+{
+    if (!given.empty())
+        return given;
+    const fs::path folder = fs::path(sdif_path).parent_path();
+    std::error_code unknown;
+    for (const fs::path& path :
+         {fs::path(loaded.sound), folder / loaded.sound, folder / fs::path(loaded.sound).filename()})
+        if (!loaded.sound.empty() && fs::exists(path, unknown))
+            return path;
+    throw std::runtime_error("its sound '" + loaded.sound +
+                             "' isn't there: give it by --sound FILE, or --no-sound for a page without");
+}
+
+std::string escaped(std::string_view text)
+{
+    static const std::map<char, std::string_view> entities{
+        {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&#39;"}};
+    std::string html;
+    for (const char c : text) {
+        const auto entity = entities.find(c);
+        entity == entities.end() ? html += c : html += entity->second;
+    }
+    return html;
+}
+
+// Inside a script element, only what begins with '<' could end it.
+std::string escaped_json(const nlohmann::ordered_json& value)
+{
+    std::string text;
+    for (const char c : value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace))
+        c == '<' ? text += "\\u003c" : text += c;
+    return text;
+}
+
+std::string date_of(const std::string& path)
+{
+    struct stat status {};
+    std::tm day{};
+    char text[16] = "";
+    if (stat(path.c_str(), &status) == 0 && gmtime_r(&status.st_mtime, &day))
+        std::strftime(text, sizeof text, "%Y-%m-%d", &day);
+    return text;
+}
+
+std::string subtitle_of(const loaded_gabarit& loaded)
+{
+    const settings& s = loaded.made_with;
+    if (s.features.empty() || s.modeling.empty())
+        return "settings unknown";
+    return s.features + " features, " + s.modeling + " modeling, window " + s.modeling_window + " s, step " +
+           s.modeling_step + " s";
+}
+
+nlohmann::ordered_json color_maps()
+{
+    using picture::color_map;
+    nlohmann::ordered_json maps;
+    for (const auto& [name, map] : {std::pair{"gray", color_map::gray}, std::pair{"inverted", color_map::inverted},
+                                    std::pair{"cubehelix", color_map::cubehelix}}) {
+        std::string rgb;
+        for (const std::uint32_t color : picture::color_table(map))
+            for (const int shift : {16, 8, 0})
+                rgb += static_cast<char>(color >> shift & 0xff);
+        maps[name] = base64(rgb);
+    }
+    return maps;
+}
+
+// The tiles of the upper half, a line each.
+std::string tile_lines(const byte_square& square)
+{
+    std::string lines;
+    for (int i = 0; i < tile_count(square); ++i)
+        for (int j = i; j < tile_count(square); ++j)
+            lines += pack_tile(square, i, j) + '\n';
+    return lines;
+}
+
+std::string hash_source(std::string_view hexadecimal)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i < hexadecimal.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(std::string(hexadecimal.substr(i, 2)), nullptr, 16));
+    return "'sha256-" + base64(bytes) + "'";
+}
+
+// What the page may load: its own style and script, the sound that it carries, and of a long one the files beside it.
+std::string policy(bool beside)
+{
+    const std::string files = beside ? " 'self' file:" : "";
+    return "default-src 'none'; base-uri 'none'; form-action 'none'; img-src data:; style-src " +
+           hash_source(page_template::style_sha256) + "; script-src " + hash_source(page_template::script_sha256) +
+           files + "; media-src blob:" + files;
+}
+
+// The template with its fields filled in.
+std::string filled(const std::map<std::string_view, std::string>& fields)
+{
+    std::string page;
+    std::string_view rest = page_template::html;
+    for (std::size_t begin = rest.find("{{"); begin != std::string_view::npos; begin = rest.find("{{")) {
+        const std::size_t end = rest.find("}}", begin);
+        page += rest.substr(0, begin);
+        page += fields.at(rest.substr(begin + 2, end - begin - 2));
+        rest.remove_prefix(end + 2);
+    }
+    return page += rest;
+}
+
+// One gabarit, or two of the same sound.
+std::vector<loaded_gabarit> load_all(const std::string& path, const std::string& other)
+{
+    std::vector<loaded_gabarit> gabarits{load(path)};
+    if (other.empty())
+        return gabarits;
+    gabarits.push_back(load(other));
+    const std::vector<double>&a = gabarits[0].times, &b = gabarits[1].times;
+    constexpr double tolerance_seconds = 0.1; // frames of several kinds of features lie apart
+    if (!std::ranges::equal(a, b, [](double x, double y) { return std::abs(x - y) <= tolerance_seconds; }))
+        throw std::runtime_error("'" + other + "' has other moments: make both of one sound, with one step");
+    return gabarits;
+}
+
+// What the page's scripts know of the gabarits and of the sound.
+nlohmann::ordered_json facts_of(const std::vector<loaded_gabarit>& gabarits, const page_options& options)
+{
+    nlohmann::ordered_json facts;
+    facts["times"] = gabarits.front().times;
+    facts["step"] = step_of(gabarits.front());
+    facts["tile"] = tile_side;
+    facts["overview"] = nullptr;
+    facts["names"] = nlohmann::json::array();
+    for (const loaded_gabarit& loaded : gabarits)
+        facts["names"].push_back(loaded.made_with.features.empty() ? "gabarit" : loaded.made_with.features);
+    facts["maps"] = color_maps();
+    facts["sections"] = nlohmann::json::array();
+    for (const sections::section& part : options.parts.empty() ? find_parts(gabarits.front()) : options.parts)
+        facts["sections"].push_back({{"start", part.start_seconds}, {"end", part.end_seconds}, {"label", part.label}});
+    return facts;
+}
+
+nlohmann::json facts_of(const recording& sound)
+{
+    const std::string_view peaks(reinterpret_cast<const char*>(sound.peaks.data()), sound.peaks.size());
+    return {{"seconds", sound.seconds}, {"peaks", base64(peaks)}, {"file", nullptr}};
+}
+
+} // namespace
+
+void write_listening_page(const std::string& sdif_path, const std::string& page_path, const page_options& options,
+                          const std::function<void(double)>& progress)
+{
+    const std::vector<loaded_gabarit> gabarits = load_all(sdif_path, options.other);
+    const loaded_gabarit& first = gabarits.front();
+    const std::string name = fs::path(first.sound.empty() ? showable(sdif_path) : first.sound).filename();
+    const std::string title = options.title.empty() ? name : showable(options.title);
+    nlohmann::ordered_json facts = facts_of(gabarits, options);
+    facts["title"] = title;
+    facts["sound"] = nullptr;
+    recording sound;
+    if (options.with_sound) {
+        const std::string path = find_sound(first, sdif_path, options.sound);
+        check_length(first, announced_seconds(path), path);
+        sound = encode_recording(path, options.kilobits_per_second, progress);
+        check_length(first, sound.seconds, path);
+        facts["sound"] = facts_of(sound);
+    }
+
+    std::string cells;
+    for (const loaded_gabarit& loaded : gabarits)
+        cells += tile_lines(loaded.square);
+    picture::whole_file page(page_path, options.treatment);
+    page.write(filled({{"policy", policy(false)},
+                       {"title", escaped(title)},
+                       {"subtitle", escaped(subtitle_of(first))},
+                       {"date", date_of(sdif_path)},
+                       {"style", std::string(page_template::style)},
+                       {"script", std::string(page_template::script)},
+                       {"facts", escaped_json(facts)},
+                       {"cells", cells},
+                       {"recording", base64(sound.ogg)}}));
+    page.commit();
+}
+
+} // namespace gabarit
