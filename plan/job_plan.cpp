@@ -77,8 +77,8 @@ double modeled_columns(double columns, veloria::modeling_type modeling)
     return widths[static_cast<std::size_t>(modeling)];
 }
 
-// Three blocks of each file stay for the whole job. A block is ten of the load's requests long, up to the next power
-// of two.
+// Three blocks of each file stay until the sound is loaded. A block is ten of the load's requests long, up to the next
+// power of two.
 double reader_bytes(const sound_shape& sound)
 {
     const double request = std::min(static_cast<double>(sound.frames), 1.0 * corvane::Resampler::block_size);
@@ -109,7 +109,7 @@ double memory_of(const sound_shape& sound, double samples, double frames, double
     const double reduction = (feature_cells + modeled_cells + grid) * cell_bytes + reduction_bytes(moments);
     const double sound_bytes = samples * cell_bytes;
     const double distances = moments * moments * (cell_bytes + 1.0); // and what becomes of them, in bytes
-    return program_bytes + reader_bytes(sound) + std::max(sound_bytes + std::max(load, reduction), distances);
+    return program_bytes + std::max(sound_bytes + std::max(reader_bytes(sound) + load, reduction), distances);
 }
 
 std::int64_t to_bytes(double bytes)

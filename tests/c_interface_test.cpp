@@ -95,12 +95,14 @@ protected:
         std::vector<SAMPLE> data(static_cast<std::size_t>(info.frames * info.channels));
         EXPECT_EQ(read(file, data.data(), info.frames), info.frames);
         sf_close(file);
+        const std::ptrdiff_t descriptors = open_descriptors();
         const veloria_samples samples{
             sizeof samples, data.data(), type, info.channels, static_cast<std::uint64_t>(info.frames), info.samplerate};
         veloria_job* job = nullptr;
         EXPECT_EQ(veloria_start_samples(&samples, nullptr, &settings, &job, text, sizeof text), VELORIA_OK) << text;
         data.assign(data.size(), SAMPLE{}); // nobody looks at it any more
         gabarit result = result_of(job);
+        EXPECT_EQ(open_descriptors(), descriptors + 1); // the result's: the copy of the samples is gone
         EXPECT_EQ(veloria_job_end(job), VELORIA_OK);
         return result;
     }

@@ -104,12 +104,12 @@ driver_result run_driver(const std::string& sound, feature_selection features, m
                          std::size_t refused_report = never)
 {
     const char* path = sound.c_str();
-    const auto reader = corvane::make_reader(1, &path);
     report_log reports(refused_report);
     tavel::Vector<double> frame_times;
     driver_result result{};
     try {
-        veloria::analysis_driver(*reader, {features, modeling, 0.3, 0.2}, result.similarity, frame_times, reports.sink);
+        veloria::analysis_driver(corvane::make_reader(1, &path), {features, modeling, 0.3, 0.2}, result.similarity,
+                                 frame_times, reports.sink);
     } catch (const corvane::cancel_exception&) {
         result.canceled = true;
     }

@@ -18,12 +18,13 @@ namespace veloria {
 
 using stream_list = tavel::Vector<tavel::Matrix<double>>;
 
-void analysis_driver(corvane::AbstractReader& reader, const settings& chosen, tavel::Matrix<unsigned char>& similarity,
-                     tavel::Vector<double>& frame_times, const progress_sink& sink)
+void analysis_driver(std::unique_ptr<corvane::AbstractReader> reader, const settings& chosen,
+                     tavel::Matrix<unsigned char>& similarity, tavel::Vector<double>& frame_times,
+                     const progress_sink& sink)
 {
     const numeric_environment environment;
-    const int sample_rate = reader.sample_rate();
-    const auto frames = static_cast<std::uint32_t>(reader.frames());
+    const int sample_rate = reader->sample_rate();
+    const auto frames = static_cast<std::uint32_t>(reader->frames());
     const stage_pieces pieces = divide_bar(sink, chosen, sample_rate, frames);
 
     // What is large lives until the stage that reads it has ended.
@@ -36,7 +37,8 @@ void analysis_driver(corvane::AbstractReader& reader, const settings& chosen, ta
             stream_list features;
             {
                 tavel::Vector<double> sound;
-                corvane::load_sound(reader, analysis_rate, false, false, sound, pieces.load);
+                corvane::load_sound(*reader, analysis_rate, false, false, sound, pieces.load);
+                reader.reset();
                 grid = time_grid(static_cast<double>(frames) / sample_rate, chosen.step_seconds);
                 extract_feature_streams(sound, analysis_rate, chosen.features, frame_slice, features, pieces.features);
             }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <exception>
 #include <string>
+#include <utility>
 
 #include "similarity/command_string.h"
 #include "similarity/write_gabarit.h"
@@ -19,10 +20,10 @@ namespace {
 
 void analyse_and_write(process_handle& job)
 {
-    analysis_driver(*job.reader, job.chosen, job.similarity, job.frame_times, job.sink);
-    const std::string command = build_command_string(job.input_path, job.output_path, job.chosen);
     const int channels = job.reader->channels();
     const double sample_rate = job.reader->sample_rate();
+    analysis_driver(std::move(job.reader), job.chosen, job.similarity, job.frame_times, job.sink);
+    const std::string command = build_command_string(job.input_path, job.output_path, job.chosen);
     write_gabarit(job.similarity, job.frame_times, job.input_path, command, sample_rate, channels, job.output_path);
     // Too late for a cancel to stop anything: the answer doesn't matter.
     job.sink.report(job.sink.context, 1.0);
