@@ -74,7 +74,8 @@ def whole_jobs(build, minutes):
         sound = f"{folder}/sound.wav"
         write_sound(sound, minutes)
         commands = {
-            "ours": [f"{build}/marquen/marquen", "--input", sound, "--similarity", f"{folder}/out.sdif", "--quiet"],
+            "ours": [f"{build}/marquen/marquen", "--input", sound, "--similarity", f"{folder}/out.sdif", "--force",
+                     "--quiet"],
             "numpy": ["/usr/bin/python3", f"{HERE}/peers/selfsim.py", sound, f"{folder}/out.npy"],
             "fpcalc": ["fpcalc", "-length", "100000", sound],
         }

@@ -1,81 +1,99 @@
 #include "marquen/job.h"
 
-#include <unistd.h>
-
 #include <chrono>
-#include <csignal>
-#include <memory>
+#include <exception>
+#include <new>
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
-#include "marquen/progress_bar.h"
+#include "gabarit/draw_gabarit.h"
+#include "marquen/analysis.h"
+#include "marquen/failure.h"
+#include "marquen/interrupts.h"
+#include "marquen/messages.h"
+#include "marquen/outputs.h"
+#include "plan/job_plan.h"
+#include "plan/sound_shape.h"
 
 namespace marquen {
 
 namespace {
 
-volatile std::sig_atomic_t interrupted = 0;
-
-extern "C" void note_interrupt(int)
+plan::job_plan plan_of(const job& one, const options& chosen)
 {
-    interrupted = 1;
+    const std::optional<plan::sound_shape> sound = plan::look_at_input(one.input);
+    if (!sound)
+        throw failure(cause::sound, "can be read only once: copy the sound to a file first");
+    return plan::plan_job(*sound, chosen.features, chosen.modeling, chosen.modeling_step);
 }
 
-// Catches Ctrl-C as long as it lives.
-class interrupt_watch {
-public:
-    interrupt_watch()
-    {
-        struct sigaction action {};
-        action.sa_handler = note_interrupt;
-        action.sa_flags = SA_RESTART;
-        sigaction(SIGINT, &action, &before);
-    }
-    interrupt_watch(const interrupt_watch&) = delete;
-    interrupt_watch& operator=(const interrupt_watch&) = delete;
-    ~interrupt_watch() { sigaction(SIGINT, &before, nullptr); }
-
-private:
-    struct sigaction before {};
-};
-
-using job_handle = std::unique_ptr<veloria::process_handle, decltype(&veloria::shutdown)>;
-
-job_handle start(const options& chosen)
+void check_memory(const plan::job_plan& planned, const options& chosen)
 {
-    std::vector<const char*> paths;
-    for (const std::string& path : chosen.input)
-        paths.push_back(path.c_str());
-    try {
-        return {veloria::process(static_cast<int>(paths.size()), paths.data(), chosen.similarity.c_str(),
-                                 chosen.features, chosen.modeling, chosen.modeling_window, chosen.modeling_step),
-                veloria::shutdown};
-    } catch (std::runtime_error* error) { // the one failure that comes as a pointer: no thread
-        const std::unique_ptr<std::runtime_error> owner(error);
-        throw std::runtime_error(*owner);
+    if (planned.memory_bytes <= chosen.max_memory)
+        return;
+    throw failure(cause::machine, "the job (n = " + std::to_string(planned.moments) + ") needs about " +
+                                      plan::readable_size(planned.memory_bytes) + " of memory, of which " +
+                                      plan::readable_size(chosen.max_memory) +
+                                      " may be used: take a longer --step or a shorter sound, or raise --max_memory");
+}
+
+summary::outcome analyse_and_draw(const job& one, const options& chosen, progress& shown)
+{
+    const picture::existing treatment = chosen.force ? picture::existing::replace : picture::existing::refuse;
+    new_output gabarit(one.similarity);
+    const analysis_end end = analyse(one, chosen, shown);
+    if (end.state == veloria::process_canceled)
+        return summary::canceled;
+    if (end.state != veloria::process_finished)
+        throw failure(cause_of(end.message), end.message);
+    if (!one.picture.empty()) {
+        try {
+            gabarit::draw(one.similarity, one.picture, {}, treatment);
+        } catch (const std::exception& error) {
+            throw failure(cause::output, name_file(error.what(), one.picture));
+        }
     }
+    if (interrupt_watch::signal() != 0)
+        return summary::canceled;
+    gabarit.keep();
+    return summary::finished;
+}
+
+void run_stages(const job& one, const options& chosen, progress& shown, summary& done)
+{
+    check_outputs(one, chosen.force || chosen.plan); // a plan replaces nothing
+    done.plan = plan_of(one, chosen);
+    if (chosen.plan) {
+        done.state = summary::planned;
+        return;
+    }
+    check_memory(*done.plan, chosen);
+    done.state = analyse_and_draw(one, chosen, shown);
 }
 
 } // namespace
 
-job_end run_job(const options& chosen)
+summary run_job(const job& one, const options& chosen, progress& shown)
 {
-    constexpr std::chrono::milliseconds poll_interval(5);
-    const interrupt_watch watch;
-    const job_handle handle = start(chosen);
-    veloria::process_handle* const job = handle.get();
-    progress_bar bar(!chosen.quiet && isatty(STDERR_FILENO) == 1);
-
-    veloria::process_state state = veloria::getState(job);
-    while (state == veloria::process_running || state == veloria::process_canceling) {
-        if (interrupted != 0)
-            veloria::cancel(job, false);
-        bar.show(veloria::getPosition(job) / veloria::getMaxPosition(job));
-        std::this_thread::sleep_for(poll_interval);
-        state = veloria::getState(job);
+    const auto begin = std::chrono::steady_clock::now();
+    summary done;
+    const auto fail = [&](cause why, const std::string& text) {
+        done.state = summary::failed;
+        done.why = why;
+        done.error = error_line(text, one);
+    };
+    try {
+        run_stages(one, chosen, shown, done);
+        if (done.state == summary::canceled)
+            done.error = error_line("canceled", one);
+    } catch (const failure& known) {
+        fail(known.why(), known.what());
+    } catch (const std::bad_alloc&) {
+        fail(cause::machine, "not enough memory");
+    } catch (const std::exception& error) {
+        fail(cause_of(error.what()), error.what());
     }
-    return {state, veloria::getErrorMessage(job)};
+    done.work_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return done;
 }
 
 } // namespace marquen

@@ -1,19 +1,13 @@
 #pragma once
 
-#include <string>
-
 #include "marquen/options.h"
+#include "marquen/progress.h"
+#include "marquen/summary.h"
 
 namespace marquen {
 
-/// How a job ended.
-struct job_end {
-    veloria::process_state state; ///< finished, canceled or failed
-    std::string message;          ///< of a job that didn't finish, as the library stored it
-};
-
-/// Runs a job to its end, with a bar if a person looks on; Ctrl-C asks it to stop.
-/// @throws what veloria::process() throws, std::runtime_error by value
-job_end run_job(const options& chosen);
+/// Does one job in this process: looks at the sound and at what the job takes, analyses, draws. Whatever the end, the
+/// outputs are new and whole or what they were.
+summary run_job(const job& one, const options& chosen, progress& shown);
 
 } // namespace marquen

@@ -1,8 +1,5 @@
 #include "marquen/summary.h"
 
-#include <algorithm>
-#include <sstream>
-
 #include <nlohmann/json.hpp>
 
 #include "gabarit/reader.h"
@@ -12,34 +9,49 @@ namespace marquen {
 
 namespace {
 
+using json = nlohmann::ordered_json;
+
 constexpr const char* state_words[] = {"planned", "finished", "failed", "canceled"};
 
-nlohmann::ordered_json text_or_null(const std::string& text)
+json text_or_null(const std::string& text)
 {
-    return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+    return text.empty() ? json() : json(text);
 }
 
-// Some texts of the library have line breaks inside or at their end, and blanks around them.
-std::string on_one_line(const std::string& text)
+json text_or_null(cause why)
 {
-    std::istringstream lines(text);
-    std::string joined;
-    for (std::string line; std::getline(lines >> std::ws, line);)
-        joined += (joined.empty() ? "" : " ") + line;
-    joined.erase(joined.find_last_not_of(' ') + 1);
-    return joined;
+    return why == cause::none ? json() : json(cause_words[static_cast<int>(why)]);
+}
+
+// A path need not be UTF-8; JSON must be.
+std::string text_of(const json& object)
+{
+    return object.dump(2, ' ', false, json::error_handler_t::replace);
 }
 
 } // namespace
 
-std::string to_json(const summary& run, const options& chosen)
+int status_of_cause(cause why)
 {
-    nlohmann::ordered_json object{
-        {"state", state_words[run.state]},
-        {"error", text_or_null(run.error)},
-        {"input", chosen.input},
-        {"similarity", text_or_null(chosen.similarity)},
-        {"picture", text_or_null(chosen.picture)},
+    constexpr int sound = 1, other = 4;
+    return why == cause::sound ? sound : other;
+}
+
+int exit_status(const summary& done)
+{
+    return done.state == summary::failed ? status_of_cause(done.why) : 0;
+}
+
+std::string to_json(const summary& done, const job& one, const options& chosen)
+{
+    json object{
+        {"state", state_words[done.state]},
+        {"cause", text_or_null(done.why)},
+        {"error", text_or_null(done.error)},
+        {"warnings", done.warnings},
+        {"input", one.input},
+        {"similarity", text_or_null(one.similarity)},
+        {"picture", text_or_null(one.picture)},
         {"features_type", features_words[chosen.features]},
         {"features_modeling", modeling_words[chosen.modeling]},
         {"features_modeling_length", chosen.modeling_window},
@@ -47,35 +59,31 @@ std::string to_json(const summary& run, const options& chosen)
         {"window_grid_hop", chosen.modeling_step},
         {"n", nullptr},
         {"seconds_of_sound", nullptr},
-        {"seconds_of_work", run.work_seconds},
+        {"seconds_of_work", done.work_seconds},
         {"memory_bytes", nullptr},
         {"memory_bytes_used", nullptr},
         {"file_bytes", nullptr},
     };
-    if (run.plan) {
-        object["n"] = run.plan->moments;
-        object["seconds_of_sound"] = run.plan->sound_seconds;
-        object["memory_bytes"] = run.plan->memory_bytes;
-        object["file_bytes"] = run.plan->file_bytes;
+    if (done.plan) {
+        object["n"] = done.plan->moments;
+        object["seconds_of_sound"] = done.plan->sound_seconds;
+        object["memory_bytes"] = done.plan->memory_bytes;
+        object["file_bytes"] = done.plan->file_bytes;
     }
-    if (run.state == summary::finished)
+    if (done.state == summary::finished)
         object["memory_bytes_used"] = plan::peak_memory();
-    // A path need not be UTF-8; JSON must be.
-    return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    return text_of(object);
 }
 
-std::string to_text(const plan::job_plan& job)
+std::string usage_to_json(const std::string& error)
 {
-    return "n       " + std::to_string(job.moments) + "\nmemory  about " + plan::readable_size(job.memory_bytes) +
-           "\nfile    about " + plan::readable_size(job.file_bytes);
+    return text_of({{"state", "failed"}, {"cause", "usage"}, {"error", gabarit::showable(error)}});
 }
 
-std::string error_line(const std::string& text, const options& chosen)
+std::string to_text(const plan::job_plan& planned)
 {
-    const auto names = [&](const std::string& path) { return text.find("'" + path + "'") != std::string::npos; };
-    const bool names_file =
-        names(chosen.similarity) || names(chosen.picture) || std::ranges::any_of(chosen.input, names);
-    return gabarit::showable((names_file ? "" : chosen.input.front() + ": ") + on_one_line(text));
+    return "n       " + std::to_string(planned.moments) + "\nmemory  about " +
+           plan::readable_size(planned.memory_bytes) + "\nfile    about " + plan::readable_size(planned.file_bytes);
 }
 
 } // namespace marquen

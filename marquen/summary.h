@@ -2,27 +2,37 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "marquen/failure.h"
 #include "marquen/options.h"
 #include "plan/job_plan.h"
 
 namespace marquen {
 
-/// What came of a run of the program.
+/// What came of a job.
 struct summary {
     enum outcome { planned, finished, failed, canceled } state = failed;
-    std::optional<plan::job_plan> plan; ///< nothing if the job was refused, or its input can be read only once
+    cause why = cause::none;            ///< of a failure
+    std::optional<plan::job_plan> plan; ///< nothing if the job was refused before
     double work_seconds = 0.0;
-    std::string error; ///< one line; empty for what was planned or finished
+    std::string error;                 ///< one line; empty for what was planned or finished
+    std::vector<std::string> warnings; ///< a line each
 };
 
-/// The run as one JSON object; what isn't known is null.
-std::string to_json(const summary& run, const options& chosen);
+/// 1 for a failure that lies in the sound, 4 for one outside it.
+int status_of_cause(cause why);
+
+/// That of its cause; 0 for what didn't fail.
+int exit_status(const summary& done);
+
+/// The job as one JSON object; what isn't known is null.
+std::string to_json(const summary& done, const job& one, const options& chosen);
+
+/// Wrong usage as the same object, with nothing in it but the error.
+std::string usage_to_json(const std::string& error);
 
 /// The plan, a fact a line.
-std::string to_text(const plan::job_plan& plan);
-
-/// The error on one line, behind the file that it concerns if it doesn't name it itself.
-std::string error_line(const std::string& text, const options& chosen);
+std::string to_text(const plan::job_plan& planned);
 
 } // namespace marquen

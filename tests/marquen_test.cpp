@@ -23,7 +23,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 
 struct ending {
-    int status; // -1: by a signal
+    int status; // -N: by signal N
     std::string output, error;
 };
 
@@ -68,7 +68,7 @@ public:
     {
         int status = 0;
         waitpid(id, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents(output), contents(error)};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), contents(output), contents(error)};
     }
 
 private:
@@ -103,22 +103,34 @@ protected:
 
 TEST_F(Marquen, AnswersWrongUsageWithStatusTwo)
 {
-    const std::string wav = sound("a.wav", 11025, 22050), job = "--input " + wav + " --similarity " + gabarit;
+    const std::string wav = sound("a.wav", 11025, 22050), job = "--input " + wav + " --similarity " + gabarit,
+                      dangling = folder.path("link.png");
+    std::filesystem::create_symlink("out.sdif", dangling);
     struct usage {
         std::string arguments, text;
     };
     const usage cases[] = {
-        {"", "--input is required"},
+        {"", "SOUND or --input is required"},
+        {"-x", "-x"},
+        {"--similarity x.sdif --chroma", "--chroma"},
+        {"--input", "--input"},
         {"--input " + wav, "--similarity is required"},
-        {job + " --chroma", "--chroma"},
+        {"--input " + wav + " " + wav + " --similarity " + wav, "would be overwritten"},
+        {wav + " --input " + wav, "--input"},
+        {wav + " b.wav --similarity " + gabarit, "of one sound"},
+        {wav + " x/a.flac --out " + folder.path("x"), "would both give"},
         {job + " --features_type 2", "--features_type"},
-        {job + " --features_modeling median", "--features_modeling"},
-        {job + " --features_modeling_length nan", "'nan' is no number of seconds"},
-        {job + " --window_grid_hop 0", "'0' is no number of seconds"},
+        {job + " --modeling median", "--features_modeling"},
+        {job + " --window nan", "'nan' is no number of seconds"},
+        {job + " --step 0", "'0' is no number of seconds"},
         {job + " --window_centering beats", "--window_centering"},
-        {job + " --max_memory -1", "--max_memory"},
+        {job + " --max_memory -1", "is no size such as 8.5GB"},
+        {job + " --max_memory 1e20", "above 9.2 EB"},
+        {job + " --jobs 0", "--jobs"},
         {job + " --picture out.jpg", "neither in .png"},
         {"--input " + wav + " --similarity " + folder.path("./a.wav"), "would be overwritten"},
+        {job + ".png --picture " + folder.path("./out.sdif.png"), "the same file"},
+        {job + " --picture " + dangling, "the same file"},
     };
     const std::string before = contents(wav);
     for (const usage& c : cases) {
@@ -126,13 +138,15 @@ TEST_F(Marquen, AnswersWrongUsageWithStatusTwo)
         const ending end = run(c.arguments);
         EXPECT_EQ(end.status, 2);
         EXPECT_THAT(end.error, HasSubstr(c.text));
+        EXPECT_EQ(nlohmann::json::parse(run(c.arguments + " --json").output)["cause"], "usage");
     }
     EXPECT_EQ(contents(wav), before);
     EXPECT_EQ(run("--help").status, 0);
-    EXPECT_EQ(run("--version").output, "marquen 1.8.2\n");
+    EXPECT_THAT(run("-V").output, testing::MatchesRegex("marquen 1.8.2\nengine 1.8.2\nlibsndfile-1.*\nLAPACK 3.*\n"));
+    EXPECT_THAT(run("--formats").output, testing::AllOf(HasSubstr("\nflac\tFLAC"), HasSubstr("\nmp3\tMPEG")));
 }
 
-TEST_F(Marquen, TellsOnOneLineWhatFailed)
+TEST_F(Marquen, ReportsOnOneLineWhatFailed)
 {
     const std::string wav = sound("a.wav", 11025, 22050), other_rate = sound("b.wav", 8000, 22050),
                       other_length = sound("c.wav", 11025, 22049), missing = folder.path("none.wav"),
@@ -143,6 +157,8 @@ TEST_F(Marquen, TellsOnOneLineWhatFailed)
     const std::string to = " --similarity " + gabarit;
     struct failure {
         std::string arguments, text;
+        int status = 1;
+        std::string cause = "sound";
     };
     const failure cases[] = {
         {"--input " + missing + to, "error opening file '" + missing + "'"},
@@ -151,20 +167,27 @@ TEST_F(Marquen, TellsOnOneLineWhatFailed)
         {"--plan --input " + vast, vast + "' announces 68719476735 frames, more than 2147483647"},
         {"--input " + wav + " " + other_rate + to, "have different sampling rates 11025 and 8000"},
         {"--input " + wav + " --input " + other_length + to, "have different lengths 22050 and 22049"},
-        {"--input " + wav + to + " --max_memory 100KB", wav + ": the job (n = 3) needs about"},
-        {"--input " + wav + to + " --window_grid_hop 1e-12", "raise --max_memory"},
-        {"--input " + odd + to, odd + ": tavel error: min/max_elem called for empty expression"},
-        {"--input " + wav + " --similarity " + nowhere, "Error opening file '" + nowhere + "' for writing"},
-        {"--input " + wav + to + ".2 --picture " + nowhere + ".png", nowhere + ".png"},
+        {"--input " + odd + to, odd + ": tavel error: min/max_elem called for empty expression (at this"},
+        {"--input " + wav + to + " --max_memory 100KB", wav + ": the job (n = 3) needs about", 4, "machine"},
+        {"--input " + wav + to + " --step 1e-12", "raise --max_memory", 4, "machine"},
+        {"--input " + wav + " --similarity " + nowhere, "'" + nowhere + "' can't be written: No such", 4, "output"},
+        {"--input " + wav + to + " --picture " + nowhere + ".png", nowhere + ".png' can't be", 4, "output"},
+        {wav + " --plan --out " + nowhere, nowhere + "/a.sdif' can't be", 4, "output"},
+        {"--input " + wav + " --similarity " + folder.path("dir"), "it is a directory", 4, "output"},
+        {"--input " + wav + " --similarity " + text, "exists (--force replaces it)", 4, "output"},
+        {"--input " + wav + " --force --similarity " + folder.path(std::string(256, 'x')), "too long", 4, "output"},
     };
+    std::filesystem::create_directory(folder.path("dir"));
     for (const failure& c : cases) {
         SCOPED_TRACE(c.arguments);
-        const ending end = run(c.arguments);
-        EXPECT_EQ(end.status, 1);
+        const ending end = run("--json " + c.arguments);
+        EXPECT_EQ(end.status, c.status);
         EXPECT_THAT(end.error, HasSubstr(c.text));
         EXPECT_EQ(end.error.find('\n'), end.error.size() - 1);
+        EXPECT_EQ(nlohmann::json::parse(end.output)["cause"], c.cause);
     }
     EXPECT_FALSE(std::filesystem::exists(gabarit));
+    EXPECT_EQ(contents(text), "no sound");
 }
 
 // Settings of more digits than the file records are where this goes wrong.
@@ -233,8 +256,8 @@ TEST_F(Marquen, PlansTheMemoryThatTheJobThenTakes)
     const planned_job cases[] = {
         {1, 1, 11025 * 300, ""},
         {1, 2, 11025 * 300, "--features_type timbre --features_modeling mph"},
-        {1, 1, 11025 * 240, "--window_grid_hop 0.1 --features_type harmo"},
-        {1, 1, 11025 * 120, "--window_grid_hop 0.02 --features_type timbre"},
+        {1, 1, 11025 * 90, "--window_grid_hop 0.06 --features_type harmo"},
+        {1, 1, 11025 * 60, "--window_grid_hop 0.02 --features_type timbre"},
         {1, 64, 11025, ""},
         {30, 1, 11025, ""},
     };
@@ -278,7 +301,7 @@ TEST_F(Marquen, StopsWhenInterrupted)
                                       " --features_modeling mph --window_grid_hop 0.03");
     program.interrupt();
     const ending end = program.wait();
-    EXPECT_EQ(end.status, 130);
+    EXPECT_EQ(end.status, -SIGINT); // so that a loop in a shell ends too
     EXPECT_EQ(end.error, "marquen: " + wav + ": canceled\n");
     EXPECT_EQ(nlohmann::json::parse(end.output)["state"], "canceled");
     EXPECT_FALSE(std::filesystem::exists(gabarit));
