@@ -5,6 +5,7 @@
 
 #include "marquen/interrupts.h"
 #include "marquen/job.h"
+#include "marquen/jobs.h"
 #include "marquen/options.h"
 #include "marquen/progress.h"
 #include "marquen/summary.h"
@@ -38,7 +39,7 @@ int main(int argc, char** argv)
     const std::optional<marquen::options> chosen = marquen::parse_options(argc, argv, status);
     if (chosen) {
         marquen::progress shown(chosen->shown);
-        status = run_one(*chosen, shown);
+        status = chosen->jobs.size() == 1 ? run_one(*chosen, shown) : marquen::run_jobs(*chosen, shown);
     }
     if (!std::cout.flush()) {
         std::cerr << "marquen: the standard output can't be written\n";

@@ -190,6 +190,37 @@ TEST_F(Marquen, ReportsOnOneLineWhatFailed)
     EXPECT_EQ(contents(text), "no sound");
 }
 
+TEST_F(Marquen, GoesOnAfterSoundsThatFail)
+{
+    const std::string good = sound("good.wav", 11025, 22050), other = sound("other.wav", 11025, 33075),
+                      bad = folder.path("bad.wav"), results = folder.path("results");
+    std::ofstream(bad) << "no sound";
+    std::filesystem::create_directory(results);
+    const std::string out = " --out " + results + " --jobs 2 ";
+
+    const ending some = run(good + " " + bad + " " + other + out + "--json --step 0.25");
+    EXPECT_EQ(some.status, 3);
+    EXPECT_THAT(some.error, HasSubstr("marquen: error opening file '" + bad + "'"));
+    EXPECT_THAT(some.error, EndsWith("marquen: 2 of 3 sounds done, 1 failed\n"));
+    const auto summed_up = nlohmann::json::parse(some.output);
+    EXPECT_EQ(summed_up["sounds"][1]["cause"], "sound");
+    EXPECT_EQ(summed_up["sounds"][2]["n"], 11);
+    EXPECT_EQ(contents(results + "/good.png").substr(1, 3), "PNG");
+
+    // The same job as the long form, so that its command is recorded.
+    const std::string bytes = contents(results + "/good.sdif");
+    std::filesystem::rename(results, folder.path("before"));
+    std::filesystem::create_directory(results);
+    EXPECT_EQ(run("--input " + good + " --similarity " + results + "/good.sdif --window_grid_hop 0.25").status, 0);
+    EXPECT_EQ(contents(results + "/good.sdif"), bytes);
+
+    EXPECT_EQ(run(good + " " + other + out + "--force --no-picture").status, 0);
+    EXPECT_FALSE(std::filesystem::exists(results + "/other.png"));
+    EXPECT_EQ(run(bad + " " + folder.path("none.wav") + out).status, 1);
+    EXPECT_EQ(run(good + " " + bad + out).status, 4); // the first has its result already
+    EXPECT_EQ(run(good + " " + other + out + "--force --max_memory 1MB").status, 4);
+}
+
 // Settings of more digits than the file records are where this goes wrong.
 TEST_F(Marquen, RepeatsItselfFromTheRecordedCommand)
 {

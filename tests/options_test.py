@@ -59,7 +59,9 @@ def completions(words, folder="."):
     script = 'source "$0" || exit; program=$1; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); "_$program"; ' \
              'printf "%s\\n" "${COMPREPLY[@]}"'
     source = ROOT / "completion" / words[0]
-    answer = subprocess.run(["bash", "-c", script, source, *words], cwd=folder, capture_output=True, text=True)
+    path = f"{MARQUEN.parent}:{os.environ['PATH']}" # it asks the program for the endings of sounds
+    answer = subprocess.run(["bash", "-c", script, source, *words], cwd=folder, env={**os.environ, "PATH": path},
+                            capture_output=True, text=True)
     assert answer.stderr == "", answer.stderr
     return set(answer.stdout.split("\n")) - {""}
 
@@ -89,8 +91,8 @@ class Options(unittest.TestCase):
 
     def test_enumerations_are_found(self): # the comparison above would pass if none was
         found = [name for command in COMMANDS for name, words in options_of_program(command).items() if words]
-        self.assertEqual(sorted(found), ["--features_modeling", "--features_type", "--map", "--origin",
-                                         "--window_centering"])
+        self.assertEqual(sorted(found), ["--features", "--features_modeling", "--features_type", "--map",
+                                         "--modeling", "--origin", "--progress", "--window_centering"])
 
 
 class Files(unittest.TestCase):
@@ -98,6 +100,8 @@ class Files(unittest.TestCase):
         names = {"a b.WAV", "a.flac", "a.sdif", "a.png", "a.svg", "a.pdf", "a.npy", "a.csv", "a.txt", "a.html", "folder"}
         sounds, pictures = {"a b.WAV", "a.flac"}, {"a.png", "a.svg", "a.pdf"}
         cases = [
+            (["marquen", ""], sounds),
+            (["marquen", "--quiet", ""], sounds),
             (["marquen", "--input", ""], sounds),
             (["marquen", "--input", "a.flac", ""], sounds),
             (["marquen", "--input", "=", ""], sounds),
