@@ -53,13 +53,19 @@ double affinity(const fit& fitting, double inside_first, double inside_second)
 // Average linkage: R. R. Sokal, C. D. Michener, Univ. Kansas Sci. Bull. 38, 1958.
 class grouping {
 public:
-    explicit grouping(std::size_t count) : count_(count), sums_(count * count, 0.0), sizes_(count, 1), group_(count)
+    explicit grouping(const std::vector<range>& sections)
+        : count_(sections.size()), sums_(count_ * count_, 0.0), sizes_(count_), group_(count_)
     {
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count_; ++i) {
             group_[i] = i;
+            sizes_[i] = sections[i].length();
+        }
     }
 
-    void set(std::size_t i, std::size_t j, double value) { sum(i, j) = sum(j, i) = value; }
+    void set(std::size_t i, std::size_t j, double affinity)
+    {
+        sum(i, j) = sum(j, i) = affinity * sizes_[i] * sizes_[j];
+    }
 
     void join_while_fitting()
     {
@@ -67,9 +73,9 @@ public:
             double best = 0.0;
             std::size_t into = 0, from = 0;
             for (std::size_t i = 0; i < count_; ++i)
-                for (std::size_t j = i + 1; sizes_[i] > 0 && j < count_; ++j)
-                    if (sizes_[j] > 0 && sum(i, j) > best * static_cast<double>(sizes_[i] * sizes_[j])) {
-                        best = sum(i, j) / static_cast<double>(sizes_[i] * sizes_[j]);
+                for (std::size_t j = i + 1; sizes_[i] > 0.0 && j < count_; ++j)
+                    if (sizes_[j] > 0.0 && sum(i, j) > best * sizes_[i] * sizes_[j]) {
+                        best = sum(i, j) / (sizes_[i] * sizes_[j]);
                         into = i;
                         from = j;
                     }
@@ -93,13 +99,14 @@ private:
                 sum(k, into) = sum(into, k);
             }
         sizes_[into] += sizes_[from];
-        sizes_[from] = 0;
+        sizes_[from] = 0.0; // gone
         std::ranges::replace(group_, from, into);
     }
 
     std::size_t count_;
-    std::vector<double> sums_; // of the affinities of all pairs between two groups
-    std::vector<std::size_t> sizes_, group_;
+    std::vector<double> sums_;  // of the affinities of all pairs of moments between two groups
+    std::vector<double> sizes_; // moments; 0 for a group that has gone into another
+    std::vector<std::size_t> group_;
 };
 
 } // namespace
@@ -141,7 +148,7 @@ std::vector<int> name_sections(const square& similarity, const std::vector<range
     std::vector<double> inside(count);
     std::ranges::transform(sections, inside.begin(),
                            [&](range section) { return mean_within(similarity, section, counts.overlap); });
-    grouping groups(count);
+    grouping groups(sections);
     for (std::size_t i = 0; i < count; ++i)
         for (std::size_t j = i + 1; j < count; ++j)
             groups.set(i, j, affinity(fit_sections(similarity, sections[i], sections[j]), inside[i], inside[j]));
