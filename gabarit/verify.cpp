@@ -6,8 +6,6 @@
 #include <random>
 #include <vector>
 
-#include "gabarit/reader.h"
-
 namespace gabarit {
 
 using Quillon::FormatError;
@@ -45,9 +43,8 @@ private:
 
 } // namespace
 
-int verify(const std::string& path)
+void verify(reader& gabarit, const std::function<void(const column&)>& take)
 {
-    reader gabarit(path);
     symmetry_check symmetry(gabarit.size());
     std::vector<std::uint64_t> offsets;
     for (column read{}; gabarit.next_column(read);) {
@@ -57,10 +54,17 @@ int verify(const std::string& path)
                                                std::to_string(read.similarity[i]) + " instead of 255");
         symmetry.add_column(i, read.similarity);
         offsets.push_back(read.offset);
+        take(read);
     }
     if (const std::size_t i = symmetry.first_difference(); i < offsets.size())
         throw FormatError(offsets[i], "not symmetric: the values of frame " + std::to_string(i) +
                                           " differ from those of the others for it");
+}
+
+int verify(const std::string& path)
+{
+    reader gabarit(path);
+    verify(gabarit, [](const column&) {});
     return gabarit.size();
 }
 
