@@ -17,6 +17,7 @@ void add_info(CLI::App& program, int& status);
 void add_verify(CLI::App& program, int& status);
 void add_picture(CLI::App& program, int& status);
 void add_export(CLI::App& program, int& status);
+void add_sections(CLI::App& program, int& status);
 void add_page(CLI::App& program, int& status);
 
 /// The gabarit that a subcommand reads.

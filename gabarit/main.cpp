@@ -15,6 +15,7 @@ int main(int argc, char** argv)
     gabarit::add_verify(program, status);
     gabarit::add_picture(program, status);
     gabarit::add_export(program, status);
+    gabarit::add_sections(program, status);
     gabarit::add_page(program, status);
     program.failure_message([](const CLI::App*, const CLI::Error& error) {
         return std::string("gabarit: ") + error.what() + " (gabarit --help shows the usage)\n";

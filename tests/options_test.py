@@ -15,7 +15,7 @@ from pathlib import Path
 ROOT, MARQUEN, GABARIT = (Path(argument).resolve() for argument in sys.argv[1:4])
 PROGRAMS = {"marquen": MARQUEN, "gabarit": GABARIT}
 # Each option after what stands ahead of it on the command line.
-COMMANDS = [["marquen"], ["gabarit"]] + [["gabarit", name] for name in ("info", "verify", "picture", "export", "page")]
+COMMANDS = [["marquen"], ["gabarit"]] + [["gabarit", name] for name in ("info", "verify", "picture", "export", "sections", "page")]
 
 
 def run(command):
@@ -112,6 +112,7 @@ class Files(unittest.TestCase):
             (["gabarit", "picture", "--size", "500", "--map", "=", "gray", ""], {"a.sdif"}),
             (["gabarit", "picture", "--plain", "a.sdif", ""], pictures),
             (["gabarit", "export", "a.sdif", ""], {"a.npy", "a.csv"}),
+            (["gabarit", "sections", "--with", "=", "a.sdif", "a.sdif", ""], {"a.txt", "a.csv"}),
             (["gabarit", "page", "--title", "a.sdif", "a.sdif", ""], {"a.html"}),
             (["gabarit", "page", "--sections", ""], {"a.txt"}),
             (["gabarit", "page", "--with", ""], {"a.sdif"}),
