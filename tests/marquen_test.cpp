@@ -338,17 +338,4 @@ TEST_F(Marquen, StopsWhenInterrupted)
     EXPECT_FALSE(std::filesystem::exists(gabarit));
 }
 
-TEST_F(Marquen, IsMatchedByTheExampleHostOfTheReadme)
-{
-    EXPECT_THAT(contents(PROJECT_ROOT "/README.md"), HasSubstr(contents(PROJECT_ROOT "/examples/analyse.cpp")));
-    const std::string wav = sound("a.wav", 44100, 200000);
-    ASSERT_EQ(run("--input " + wav + " --similarity " + gabarit).status, 0);
-    const std::string bytes = contents(gabarit);
-    const ending host = started_program(folder, ANALYSE, wav + " " + gabarit).wait();
-    EXPECT_EQ(host.status, 0);
-    EXPECT_THAT(host.error, EndsWith("done\n"));
-    EXPECT_EQ(contents(gabarit), bytes);
-    EXPECT_EQ(started_program(folder, ANALYSE, folder.path("none.wav") + " " + gabarit).wait().status, 1);
-}
-
 } // namespace
