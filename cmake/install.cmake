@@ -1,16 +1,24 @@
-# Library, header, programs, and what CMake and pkg-config need to find them. The components are those of
-# packages.cmake: runtime, development, tools.
+# Libraries, headers, programs, and what CMake and pkg-config need to find them. The components are those of
+# packages.cmake: runtime, c, development, tools.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS veloria EXPORT veloria-targets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development)
-install(FILES ${PROJECT_SOURCE_DIR}/veloria/veloria.h
+install(TARGETS veloria_c EXPORT veloria-targets
+    LIBRARY COMPONENT c NAMELINK_COMPONENT development)
+install(FILES
+    ${PROJECT_SOURCE_DIR}/veloria/veloria.h
+    ${PROJECT_SOURCE_DIR}/veloria/veloria.hpp
+    ${PROJECT_SOURCE_DIR}/veloria/veloria_c.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/veloria COMPONENT development)
 
 # An installed program finds the library beside it, wherever the prefix is moved to. The system's own folders are
 # searched anyway.
 file(RELATIVE_PATH library_from_programs /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
+    set_target_properties(veloria_c PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
 foreach(program marquen gabarit)
     if(TARGET ${program})
         if(NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
@@ -40,5 +48,6 @@ if(NOT BUILD_SHARED_LIBS)
     set(VELORIA_PC_LIBS "-llapack -lblas -lpthread")
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/veloria.pc.in veloria.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/veloria.pc
+configure_file(${PROJECT_SOURCE_DIR}/cmake/veloria-c.pc.in veloria-c.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/veloria.pc ${CMAKE_CURRENT_BINARY_DIR}/veloria-c.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

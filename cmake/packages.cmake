@@ -1,10 +1,12 @@
-# Debian packages, made by `cpack` in a release build whose prefix is /usr: libveloria1, libveloria-dev, veloria-tools.
+# Debian packages, made by `cpack` in a release build whose prefix is /usr: libveloria1, libveloria-c1,
+# libveloria-dev, veloria-tools.
 if(NOT PROJECT_IS_TOP_LEVEL OR NOT BUILD_SHARED_LIBS OR NOT TARGET veloria_manual OR NOT SCDOC OR NOT GZIP
         OR NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
     return()
 endif()
 get_target_property(soversion veloria SOVERSION)
 set(package_runtime libveloria${soversion})
+set(package_c libveloria-c${soversion})
 set(package_development libveloria-dev)
 set(package_tools veloria-tools)
 set(package_maintainer "veloria developers <developers@veloria.example>")
@@ -21,7 +23,7 @@ foreach(log changelog changelog.Debian)
         VERBATIM)
 endforeach()
 add_custom_target(package_documents ALL DEPENDS debian/changelog.gz debian/changelog.Debian.gz)
-foreach(part runtime development tools)
+foreach(part runtime c development tools)
     set(package ${package_${part}})
     configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/lintian-overrides.in debian/${package} @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/debian/${package}
@@ -32,7 +34,12 @@ foreach(part runtime development tools)
         ${CMAKE_CURRENT_BINARY_DIR}/debian/changelog.Debian.gz
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${part} EXCLUDE_FROM_ALL)
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/examples/analyse.cpp
+install(FILES
+    ${PROJECT_SOURCE_DIR}/examples/analyse.cpp
+    ${PROJECT_SOURCE_DIR}/examples/host.c
+    ${PROJECT_SOURCE_DIR}/examples/host.cpp
+    ${PROJECT_SOURCE_DIR}/examples/host.go
+    ${PROJECT_SOURCE_DIR}/examples/host.rs
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_development}/examples COMPONENT development EXCLUDE_FROM_ALL)
 
 set(CPACK_GENERATOR DEB)
@@ -43,7 +50,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_COMPONENTS_ALL runtime c development tools)
 set(CPACK_DEBIAN_PACKAGE_SOURCE veloria)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${package_maintainer}")
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
@@ -64,15 +71,26 @@ sound colour, harmony or both, and writes the result as a gabarit: an SDIF
 file that shows as a square picture in which repeats are stripes and sections
 are blocks.")
 
+set(CPACK_DEBIAN_C_PACKAGE_NAME ${package_c})
+set(CPACK_DEBIAN_C_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_C_PACKAGE_DEPENDS "${package_runtime} (>= ${package_version})")
+set(CPACK_DEBIAN_C_DESCRIPTION "shows the musical structure of a sound - library for C
+It measures how alike every moment of a sound is to every other moment and
+writes the result as a gabarit, an SDIF file, or hands it over in memory.
+
+This package holds the library for programs in C, and in languages that call
+C.")
+
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${package_development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${package_runtime} (= ${package_version})")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "${package_runtime} (= ${package_version}), ${package_c} (= ${package_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "shows the musical structure of a sound - development files
 The library measures how alike every moment of a sound is to every other
 moment and writes the result as a gabarit, an SDIF file.
 
-This package holds the header, the files by which CMake and pkg-config find
-the library, the manual page and an example host.")
+This package holds the headers for C++ and C, the files by which CMake and
+pkg-config find the libraries, manual pages and example hosts.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${package_tools})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION sound)
