@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "tavel/error.h"
 #include "tavel/lapack.h"
@@ -14,7 +15,8 @@ namespace {
 // Below this, principal axes mean nothing.
 constexpr int least_rows_to_reduce = 4;
 
-// The threshold is 0, which a column with a NaN misses, or a NaN itself after an infinite mean: then all columns stay.
+// The threshold is 0.0 * largest |mean|: 0 if all means are finite, NaN if one is infinite. |mean| >= 0 keeps every
+// column but those with a NaN. |mean| >= NaN keeps none, and then all columns stay.
 void screen_columns(tavel::Matrix<double>& stream)
 {
     if (stream.columns == 0)
@@ -44,7 +46,7 @@ void center_columns(tavel::Matrix<double>& stream)
 }
 
 // Left singular vectors, a full square of them, and singular values in descending order; destroys `matrix`.
-void factorise(tavel::Matrix<double>& matrix, tavel::Matrix<double>& u_full, tavel::Vector<double>& singular)
+void decompose(tavel::Matrix<double>& matrix, tavel::Matrix<double>& u_full, tavel::Vector<double>& singular)
 {
     const int m = matrix.rows;
     const int n = matrix.columns;
@@ -56,6 +58,42 @@ void factorise(tavel::Matrix<double>& matrix, tavel::Matrix<double>& u_full, tav
     dgesvd_("A", "A", &m, &n, matrix.data, &leading, singular.data, u_full.data, &leading, vt_full.data, &n, work.data,
             &work_length, &info, 1, 1);
 }
+
+// A matrix of more rows than columns as Q R, R an upper triangle with a row for each column. Q, whose columns are
+// orthonormal, stays in the form in which LAPACK leaves it.
+class triangular_factors {
+public:
+    // Takes the elements of `matrix` for its own.
+    explicit triangular_factors(tavel::Matrix<double>& matrix)
+        : reflectors(matrix), scales(matrix.columns), work(block * (matrix.columns + block + 1))
+    {
+        int info = 0;
+        dgeqrf_(&reflectors.rows, &reflectors.columns, reflectors.data, &reflectors.rows, scales.data, work.data,
+                &work.size, &info);
+    }
+
+    tavel::Matrix<double> triangle() const
+    {
+        tavel::Matrix<double> r(scales.size, scales.size);
+        for (int c = 0; c < r.columns; ++c)
+            std::copy_n(reflectors.column_data(c), c + 1, r.column_data(c));
+        return r;
+    }
+
+    // Q times a matrix that stands in the upper rows of `product`, above zeros.
+    void multiply(tavel::Matrix<double>& product)
+    {
+        int info = 0;
+        dormqr_("L", "N", &product.rows, &product.columns, &scales.size, reflectors.data, &reflectors.rows, scales.data,
+                product.data, &product.rows, work.data, &work.size, &info, 1, 1);
+    }
+
+private:
+    static constexpr int block = 64; // columns that LAPACK takes at once, at most
+    tavel::Matrix<double> reflectors;
+    tavel::Vector<double> scales;
+    tavel::Vector<double> work;
+};
 
 // Component numbers by descending variance, higher numbers first among equal ones. `variances` is put into that order:
 // the singular values come sorted, so that only equal values change places and it can be done in place.
@@ -90,14 +128,20 @@ tavel::Vector<int> select_components(const tavel::Vector<double>& variances)
     return selected;
 }
 
+// Where there are more rows than columns, the left singular vectors of X = Q R are Q times those of R: a square of
+// columns by columns is decomposed instead of one of rows by rows, and the components kept alone are brought back.
 void reduce_stream(tavel::Matrix<double>& stream)
 {
     screen_columns(stream);
     center_columns(stream);
     const int rows = stream.rows;
-    tavel::Matrix<double> u_full(rows, rows);
-    tavel::Vector<double> singular(std::min(rows, stream.columns));
-    factorise(stream, u_full, singular);
+    std::optional<triangular_factors> factors;
+    if (rows > stream.columns)
+        factors.emplace(stream);
+    tavel::Matrix<double> core = factors ? factors->triangle() : stream;
+    tavel::Matrix<double> u_full(core.rows, core.rows);
+    tavel::Vector<double> singular(std::min(core.rows, core.columns));
+    decompose(core, u_full, singular);
 
     tavel::Vector<double> variances(singular.size);
     for (int c = 0; c < variances.size; ++c) {
@@ -107,14 +151,16 @@ void reduce_stream(tavel::Matrix<double>& stream)
     const tavel::Vector<int> order = order_components(variances);
     const tavel::Vector<int> selected = select_components(variances);
 
-    stream.resize(rows, selected.size);
+    tavel::Matrix<double> scores(rows, selected.size);
     for (int k = 0; k < selected.size; ++k) {
         const int component = order[selected[k]];
         const double* axis = u_full.column_data(component);
-        double* scores = stream.column_data(k);
-        for (int i = 0; i < rows; ++i)
-            scores[i] = singular[component] * axis[i];
+        for (int i = 0; i < u_full.rows; ++i)
+            scores(i, k) = singular[component] * axis[i];
     }
+    if (factors)
+        factors->multiply(scores);
+    stream = scores;
 }
 
 } // namespace

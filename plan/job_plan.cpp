@@ -88,12 +88,6 @@ double reader_bytes(const sound_shape& sound)
     return 3.0 * block * std::accumulate(sound.channels.begin(), sound.channels.end(), 0.0) * cell_bytes;
 }
 
-// What the decomposition of the widest stream takes beside all modeled streams: its left vectors, all n of them.
-double reduction_bytes(double n)
-{
-    return n * n * cell_bytes;
-}
-
 double memory_of(const sound_shape& sound, double samples, double frames, double moments,
                  veloria::features_type features, veloria::modeling_type modeling, double step)
 {
@@ -106,10 +100,11 @@ double memory_of(const sound_shape& sound, double samples, double frames, double
     const double most_channels = *std::max_element(sound.channels.begin(), sound.channels.end());
     const double load = most_channels * corvane::Resampler::block_size * cell_bytes;
     const double grid = sound.seconds() / step;
-    const double reduction = (feature_cells + modeled_cells + grid) * cell_bytes + reduction_bytes(moments);
-    const double sound_bytes = samples * cell_bytes;
+    const double extraction = (samples + grid + feature_cells) * cell_bytes;
+    const double modeled = (grid + feature_cells + modeled_cells) * cell_bytes;
     const double distances = moments * moments * (cell_bytes + 1.0); // and what becomes of them, in bytes
-    return program_bytes + std::max(sound_bytes + std::max(reader_bytes(sound) + load, reduction), distances);
+    return program_bytes +
+           std::max({samples * cell_bytes + reader_bytes(sound) + load, extraction, modeled, distances});
 }
 
 std::int64_t to_bytes(double bytes)
