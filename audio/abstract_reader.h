@@ -27,7 +27,7 @@ public:
 
     virtual int sample_rate() const = 0; ///< Hz, -1 without an open file
     virtual int channels() const = 0;    ///< -1 without an open file
-    virtual int frames() const = 0;      ///< per channel, low 32 bits of the count; -1 without an open file
+    virtual int frames() const = 0;      ///< per channel, in 32 bits; -1 if they don't hold it, or without a file
 };
 
 } // namespace corvane

@@ -16,7 +16,7 @@ public:
     }
     int sample_rate() const override { return file.sample_rate(); }
     int channels() const override { return file.channels(); }
-    int frames() const override { return static_cast<int>(file.frames()); }
+    int frames() const override { return file.frames_of_reader(); }
 
 private:
     readsnd::FileObj file;

@@ -41,7 +41,13 @@ public:
     int channels() const { return handle != nullptr ? info.channels : -1; }      ///< -1 without an open file
     std::int64_t frames() const { return handle != nullptr ? info.frames : -1; } ///< per channel, as announced; or -1
 
+    /// The frames in the 32 bits of a reader. A count that they don't hold, as some formats announce for a length that
+    /// isn't known, is -1.
+    int frames_of_reader() const { return frames() < unknown_length ? static_cast<int>(frames()) : -1; }
+
 private:
+    static constexpr std::int64_t unknown_length = 0xffffffff;
+
     int find_block(std::int64_t frame) const;
     double* block(int slot);
     void reset(std::int64_t start);

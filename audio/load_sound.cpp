@@ -26,6 +26,7 @@ namespace {
 
 constexpr std::uint32_t block_size = Resampler::block_size;
 constexpr std::uint32_t unknown_length = 0xffffffff; // a reader's -1
+constexpr std::uint32_t longest_sound = 0x80000000;  // frames that a reader's positions reach
 
 // Reads a sound block by block as mono. A mono sound is read straight into its destination.
 class mono_source {
@@ -35,7 +36,6 @@ public:
           interleaved(channels == 1 ? 0 : static_cast<std::size_t>(channels) * block_size)
     {}
 
-    /// Positions from 2^31 on arrive at the reader as negative ones, of which it has only zeros.
     void read(std::uint32_t position, std::uint32_t count, double* samples)
     {
         const int start = static_cast<int>(position), frames = static_cast<int>(count);
@@ -156,6 +156,8 @@ void load(AbstractReader& reader, double target_rate, bool clip, bool normalize,
     const auto frames = static_cast<std::uint32_t>(reader.frames());
     if (frames == unknown_length)
         throw std::runtime_error("the length of the sound is unknown");
+    if (frames > longest_sound)
+        throw std::length_error("the sound is too long");
     if (frames == 0) {
         output.resize(0);
         report_progress(progress, 1.0);

@@ -96,7 +96,7 @@ int SplitReader::sample_rate() const
 
 int SplitReader::frames() const
 {
-    return static_cast<int>(files[0].frames());
+    return files[0].frames_of_reader();
 }
 
 } // namespace corvane

@@ -121,6 +121,7 @@ TEST(LoadSound, RefusesWhatItCantLoad)
     const std::tuple<int, std::uint32_t, int, std::string> cases[] = {
         {44100, 0xffffffff, 0, "the length of the sound is unknown"},
         {11025, 0x80000000, 0, "the sound is too long"}, // and not of a negative length
+        {44100, 0x80000001, 0, "the sound is too long"}, // its last frame would be read as silence
         {1, 0xfffffffe, 0, "the sound is too long"},
         {22579200, 20000, 0, low_ratio}, // 10 samples, but more than one block
         {22579200, 100, 1, empty_block},

@@ -78,6 +78,25 @@ TEST_F(Reader, ReadsLikeThePlainlyDecodedSoundAtAnyPosition)
     }
 }
 
+// Of lengths beyond 32 bits the low ones would be the length of another sound.
+TEST_F(Reader, HasNoLengthWhereTheAnnouncedOneIsTooLarge)
+{
+    constexpr std::tuple<char, std::string_view, int> cases[] = {
+        {'\xf0', std::string_view("\xff\xff\xff\xfe", 4), -2}, // 2^32 - 2, in the 32 bits of an int
+        {'\xf0', std::string_view("\xff\xff\xff\xff", 4), -1},
+        {'\xf1', std::string_view("\0\0\0\5", 4), -1},
+    };
+    for (const auto& [high, low, frames] : cases) {
+        write_sound(path("a"), 8000, 1, 3000, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+        std::fstream(path("a"), std::ios::in | std::ios::out | std::ios::binary).seekp(21).put(high) << low;
+        ASSERT_TRUE(open("a"));
+        EXPECT_EQ(reader.frames(), frames);
+        const std::string both = path("a");
+        const char* const paths[] = {both.c_str(), both.c_str()};
+        EXPECT_EQ(corvane::make_reader(2, paths)->frames(), frames);
+    }
+}
+
 TEST_F(Reader, CountsTheFramesUpToTheEndAsFarAsItIsKnown)
 {
     write_sound(path("a"), 8000, 1, 3000);
