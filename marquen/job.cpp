@@ -11,6 +11,8 @@
 #include "marquen/interrupts.h"
 #include "marquen/messages.h"
 #include "marquen/outputs.h"
+#include "marquen/sound_length.h"
+#include "marquen/spool.h"
 #include "plan/job_plan.h"
 #include "plan/sound_shape.h"
 
@@ -18,12 +20,12 @@ namespace marquen {
 
 namespace {
 
-plan::job_plan plan_of(const job& one, const options& chosen)
+plan::sound_shape look_at(const job& one)
 {
     const std::optional<plan::sound_shape> sound = plan::look_at_input(one.input);
     if (!sound)
-        throw failure(cause::sound, "can be read only once: copy the sound to a file first");
-    return plan::plan_job(*sound, chosen.features, chosen.modeling, chosen.modeling_step);
+        throw failure(cause::sound, "error opening file '" + one.input.front() + "': it is a device");
+    return *sound;
 }
 
 void check_memory(const plan::job_plan& planned, const options& chosen)
@@ -58,16 +60,30 @@ summary::outcome analyse_and_draw(const job& one, const options& chosen, progres
     return summary::finished;
 }
 
+// A sound that is shorter than it says is analysed as far as it goes.
+void check_length(const job& one, const plan::sound_shape& sound, summary& done)
+{
+    done.length = measure_length(one.input, sound);
+    if (done.length->is_short())
+        done.warnings.push_back(error_line("'" + one.input.front() + "': " + readable_time(done.length->announced) +
+                                               " announced, " + readable_time(done.length->found) + " found",
+                                           one));
+}
+
 void run_stages(const job& one, const options& chosen, progress& shown, summary& done)
 {
     check_outputs(one, chosen.force || chosen.plan); // a plan replaces nothing
-    done.plan = plan_of(one, chosen);
+    const spooled_input files(one.input, shown);
+    const job readable{files.paths(), one.similarity, one.picture};
+    const plan::sound_shape sound = look_at(readable);
+    check_length(readable, sound, done);
+    done.plan = plan::plan_job(sound, chosen.features, chosen.modeling, chosen.modeling_step);
     if (chosen.plan) {
         done.state = summary::planned;
         return;
     }
     check_memory(*done.plan, chosen);
-    done.state = analyse_and_draw(one, chosen, shown);
+    done.state = analyse_and_draw(readable, chosen, shown);
 }
 
 } // namespace
@@ -83,8 +99,8 @@ summary run_job(const job& one, const options& chosen, progress& shown)
     };
     try {
         run_stages(one, chosen, shown, done);
-        if (done.state == summary::canceled)
-            done.error = error_line("canceled", one);
+    } catch (const interrupted&) {
+        done.state = summary::canceled;
     } catch (const failure& known) {
         fail(known.why(), known.what());
     } catch (const std::bad_alloc&) {
@@ -92,6 +108,8 @@ summary run_job(const job& one, const options& chosen, progress& shown)
     } catch (const std::exception& error) {
         fail(cause_of(error.what()), error.what());
     }
+    if (done.state == summary::canceled)
+        done.error = error_line("canceled", one);
     done.work_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     return done;
 }

@@ -58,7 +58,7 @@ std::string progress::left() const
     const double seconds = std::chrono::duration<double>(clock::now() - begin).count();
     if (seconds < enough_seconds || reached < enough || reached >= 1.0)
         return {};
-    return ", " + readable_time(std::ceil(seconds / reached * (1.0 - reached))) + " left";
+    return ", " + readable_time(seconds / reached * (1.0 - reached)) + " left";
 }
 
 // What the line has no room for goes: the bar before the words.
@@ -82,7 +82,7 @@ void progress::draw(int percent)
 
 std::string readable_time(double seconds)
 {
-    const auto whole = static_cast<long long>(std::clamp(seconds, 0.0, 1.0e15));
+    const auto whole = static_cast<long long>(std::round(std::clamp(seconds, 0.0, 1.0e15)));
     char text[48];
     if (whole >= 3600)
         std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);

@@ -59,6 +59,8 @@ std::string to_json(const summary& done, const job& one, const options& chosen)
         {"window_grid_hop", chosen.modeling_step},
         {"n", nullptr},
         {"seconds_of_sound", nullptr},
+        {"seconds_announced", nullptr},
+        {"seconds_found", nullptr},
         {"seconds_of_work", done.work_seconds},
         {"memory_bytes", nullptr},
         {"memory_bytes_used", nullptr},
@@ -69,6 +71,10 @@ std::string to_json(const summary& done, const job& one, const options& chosen)
         object["seconds_of_sound"] = done.plan->sound_seconds;
         object["memory_bytes"] = done.plan->memory_bytes;
         object["file_bytes"] = done.plan->file_bytes;
+    }
+    if (done.length) {
+        object["seconds_announced"] = done.length->announced;
+        object["seconds_found"] = done.length->found;
     }
     if (done.state == summary::finished)
         object["memory_bytes_used"] = plan::peak_memory();

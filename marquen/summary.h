@@ -6,6 +6,7 @@
 
 #include "marquen/failure.h"
 #include "marquen/options.h"
+#include "marquen/sound_length.h"
 #include "plan/job_plan.h"
 
 namespace marquen {
@@ -15,6 +16,7 @@ struct summary {
     enum outcome { planned, finished, failed, canceled } state = failed;
     cause why = cause::none;            ///< of a failure
     std::optional<plan::job_plan> plan; ///< nothing if the job was refused before
+    std::optional<sound_length> length; ///< announced and found; nothing if it was refused before
     double work_seconds = 0.0;
     std::string error;                 ///< one line; empty for what was planned or finished
     std::vector<std::string> warnings; ///< a line each

@@ -1,7 +1,6 @@
 #include "plan/sound_shape.h"
 
 #include <filesystem>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 
@@ -11,7 +10,8 @@ namespace plan {
 
 namespace {
 
-constexpr std::int64_t longest_sound = std::numeric_limits<std::int32_t>::max(); // frames
+constexpr std::int64_t longest_sound = std::int64_t{1} << 31;        // frames
+constexpr std::int64_t largest_length = (std::int64_t{1} << 32) - 2; // that is taken for one
 
 // Opening it a second time would find its beginning gone.
 bool reads_once(const std::string& path)
@@ -33,7 +33,7 @@ sound_shape shape_of(const std::string& path)
 
 void check_length(const std::string& path, std::int64_t frames)
 {
-    if (frames < 0 || frames == SF_COUNT_MAX)
+    if (frames < 0 || frames > largest_length)
         throw std::runtime_error("the length of '" + path + "' is unknown: decode it to a WAV file and analyse that");
     if (frames > longest_sound)
         throw std::runtime_error("'" + path + "' announces " + std::to_string(frames) + " frames, more than " +
