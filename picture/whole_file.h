@@ -56,7 +56,7 @@ private:
     void forget_old();
 
     struct closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
+        void operator()(std::FILE* open_file) const { std::fclose(open_file); }
     };
 
     std::string path; ///< links followed

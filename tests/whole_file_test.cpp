@@ -130,7 +130,7 @@ TEST(WholeFile, DoesntReplaceWhatCameInTheMeantime)
 TEST(WholeFile, ReportsWriteAndCloseErrorsAndKeepsTheOldFile)
 {
     std::signal(SIGXFSZ, SIG_IGN);
-    for (const std::size_t bytes : {10, 100000}) {
+    for (const std::size_t bytes : {std::size_t{10}, std::size_t{100000}}) {
         SCOPED_TRACE(bytes);
         const test_folder folder;
         write_file(folder.path("x"), "old");
