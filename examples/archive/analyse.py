@@ -1,15 +1,18 @@
 #!/usr/bin/env python3
-"""Analyses one sound of an archive into the current folder.
+"""Analyses sounds of an archive, one after the other, into the current folder.
 
-    analyse.py [--mem_mb N] FOLDER_OF_SOUNDS SOUND [SETTING OF MARQUEN...]
+    analyse.py [--mem_mb N] FOLDER_OF_SOUNDS LIST [SETTING OF MARQUEN...]
 
-SOUND is a path below FOLDER_OF_SOUNDS. Writes gabarits/ID.sdif, pictures/ID.png, thumbnails/ID.png and at last
-records/ID.json, which alone says that the sound is done. A sound that marquen refuses is done too: its record tells
-why. Everything else that goes wrong, such as a signal or a full disk, is no trait of the sound: it leaves no record
-and ends with status 1, so that the sound is taken again.
+LIST is a file of paths below FOLDER_OF_SOUNDS, each ended by a zero byte; "-" is the standard input. Writes of each
+gabarits/ID.sdif, pictures/ID.png, thumbnails/ID.png and at last records/ID.json, which alone says that the sound is
+done. A sound that marquen refuses for its own sake is done too: its record tells why. Everything else that goes wrong,
+such as a signal, a lack of memory or a full disk, is no trait of the sound: it leaves no record but logs/ID.log, the
+others go on, and the exit status is 1, so that the sound is taken again.
 """
 
 import argparse
+import functools
+import hashlib
 import json
 import os
 import shutil
@@ -21,6 +24,9 @@ import tempfile
 import archive
 
 THUMBNAIL_PIXELS = 160
+BESIDE_MARQUEN_MB = 100  # Python and, on a cluster, Snakemake
+# One thread: the engine counts on it, and some LAPACK would take all cores.
+ONE_THREAD = dict(os.environ, OMP_NUM_THREADS="1", OPENBLAS_NUM_THREADS="1")
 
 
 class Accident(Exception):
@@ -28,9 +34,7 @@ class Accident(Exception):
 
 
 def run(command, folder):
-    # One thread: the engine counts on it, and some LAPACK would take all cores.
-    one_thread = dict(os.environ, OMP_NUM_THREADS="1", OPENBLAS_NUM_THREADS="1")
-    done = subprocess.run(command, cwd=folder, env=one_thread, capture_output=True, text=True, errors="replace")
+    done = subprocess.run(command, cwd=folder, env=ONE_THREAD, capture_output=True, text=True, errors="replace")
     if done.returncode < 0:
         raise Accident(f"{command[0]} was ended by {signal.Signals(-done.returncode).name}")
     return done
@@ -41,22 +45,25 @@ def run_marquen(sound_path, sound_id, mem_mb, settings, folder):
     outputs = archive.gabarit_of(sound_id), archive.picture_of(sound_id)
     for output in outputs:
         os.makedirs(os.path.dirname(os.path.join(folder, output)))
-    command = ["marquen", "--input", sound_path, "--similarity", outputs[0], "--picture", outputs[1]]
+    command = ["marquen", f"--input={sound_path}", "--similarity", outputs[0], "--picture", outputs[1]]
     if mem_mb:  # a refusal has reasons, a kill has none; the tenth is for what the plan leaves out
-        command += ["--max_memory", f"{mem_mb * 9 // 10}MB"]
+        command += ["--max_memory", f"{max(1, mem_mb * 9 // 10 - BESIDE_MARQUEN_MB)}MB"]
     done = run(command + ["--json", "--quiet", *settings], folder)
     if done.returncode not in (0, 1):
         raise Accident(done.stderr.strip() or f"marquen ended with status {done.returncode}")
-    record = json.loads(done.stdout)
-    if record["state"] != "finished" and any(f"'{output}'" in record["error"] for output in outputs):
-        raise Accident(record["error"])
-    return record
+    return json.loads(done.stdout)
 
 
 def run_gabarit(*arguments, folder):
     done = run(["gabarit", *arguments], folder)
     if done.returncode != 0:
         raise Accident(done.stdout.strip() + done.stderr.strip())
+    return done.stdout
+
+
+def sha256_of(path):
+    with open(path, "rb") as file:
+        return hashlib.file_digest(file, "sha256").hexdigest()
 
 
 def put_in_place(folder, name):
@@ -77,48 +84,114 @@ def write_record(record, sound_id, folder):
     put_in_place(folder, name)
 
 
+@functools.cache
+def version_of_marquen():
+    return run(["marquen", "--version"], ".").stdout.split("\n")[0]
+
+
 def analyse(root, sound, mem_mb, settings, folder):
+    """Analyses one sound within a folder of its own."""
     sound_id = archive.to_id(sound)
     path = os.path.abspath(os.path.join(root, sound))
-    results = archive.gabarit_of(sound_id), archive.picture_of(sound_id), archive.thumbnail_of(sound_id)
+    state = archive.state_of(path)
+    gabarit, picture, thumbnail = results = (
+        archive.gabarit_of(sound_id),
+        archive.picture_of(sound_id),
+        archive.thumbnail_of(sound_id),
+    )
     if os.path.isfile(path):
         record = run_marquen(path, sound_id, mem_mb, settings, folder)
     else:  # a pipe would be waited for, a link may lead nowhere
         record = {"state": "failed", "error": "is no regular file"}
-    record = {"sound": archive.showable(sound), **record}
+    record = {"sound": archive.showable(sound), "sound_state": state, "settings": settings, **record}
     if record["state"] == "finished":
-        run_gabarit("verify", results[0], folder=folder)
-        os.makedirs(os.path.dirname(os.path.join(folder, results[2])))
+        run_gabarit("verify", gabarit, folder=folder)
+        record["form"] = json.loads(run_gabarit("sections", "--json", gabarit, folder=folder))["form"]
+        record["marquen"] = version_of_marquen()
+        record["sound_sha256"] = sha256_of(path)
+        record["gabarit_sha256"] = sha256_of(os.path.join(folder, gabarit))
+        if archive.state_of(path) != state:
+            raise Accident("the sound changed while it was analysed")
+        os.makedirs(os.path.dirname(os.path.join(folder, thumbnail)))
         if record["n"] > 0:
-            size = str(THUMBNAIL_PIXELS)
-            run_gabarit("picture", "--plain", "--size", size, results[0], results[2], folder=folder)
-            put_in_place(folder, results[2])
-        put_in_place(folder, results[1])
-        put_in_place(folder, results[0])
+            run_gabarit("picture", "--plain", "--size", str(THUMBNAIL_PIXELS), gabarit, thumbnail, folder=folder)
+            put_in_place(folder, thumbnail)
+        put_in_place(folder, picture)
+        put_in_place(folder, gabarit)
     else:
         for result in results:  # of an older state of the sound
             if os.path.exists(result):
                 os.remove(result)
     write_record(record, sound_id, folder)
+    return record["state"]
+
+
+def log_accident(sound_id, text):
+    """A text without one removes what an earlier try left."""
+    path = archive.log_of(sound_id)
+    if text:
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(text + "\n")
+    elif os.path.exists(path):
+        os.remove(path)
+
+
+def analyse_apart(root, sound, mem_mb, settings):
+    """Whether the sound has a record now; True, False, or None after an accident."""
+    folder = tempfile.mkdtemp(dir="part")
+    try:
+        finished = analyse(root, sound, mem_mb, settings, folder) == "finished"
+        log_accident(archive.to_id(sound), None)
+        return finished
+    except (Accident, OSError) as accident:
+        text = archive.showable(str(accident))
+        print(f"{archive.showable(sound)}: {text}", file=sys.stderr)
+        log_accident(archive.to_id(sound), text)
+        return None
+    finally:
+        shutil.rmtree(folder, ignore_errors=True)
+
+
+def read_tried(path):
+    if path is None or not os.path.exists(path):
+        return set()
+    with open(path, "rb") as file:
+        return set(archive.read_list(file))
+
+
+def append(path, data):
+    if path is not None:
+        with open(path, "ab") as file:
+            file.write(data)
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Analyses one sound of an archive into the current folder.")
+    parser = argparse.ArgumentParser(description="Analyses sounds of an archive into the current folder.")
     parser.add_argument("--mem_mb", type=int, help="refuse a sound that needs more")
     parser.add_argument("root")
-    parser.add_argument("sound")
+    parser.add_argument("list")
     parser.add_argument("settings", nargs=argparse.REMAINDER)
     given = parser.parse_args()
+    with open(0 if given.list == "-" else given.list, "rb") as file:
+        sounds = archive.read_list(file)
+    pack = given.list.removesuffix(".list") if given.list.endswith(".list") else None
+    tried_path, ends_path = (pack and pack + ".tried"), (pack and pack + ".ends")
+    # What an earlier try of this pack was at when it was killed comes last: it may kill this one too.
+    tried = read_tried(tried_path)
     os.makedirs("part", exist_ok=True)
-    folder = tempfile.mkdtemp(dir="part")
-    try:
-        analyse(given.root, given.sound, given.mem_mb, given.settings, folder)
-    except (Accident, OSError) as accident:
-        print(archive.showable(f"{given.sound}: {accident}"), file=sys.stderr)
-        return 1
-    finally:
-        shutil.rmtree(folder, ignore_errors=True)
-    return 0
+    accidents = 0
+    for sound in sorted(sounds, key=tried.__contains__):
+        if archive.is_done(given.root, sound, given.settings):
+            continue
+        append(tried_path, os.fsencode(sound) + b"\0")
+        finished = analyse_apart(given.root, sound, given.mem_mb, given.settings)
+        accidents += finished is None
+        if finished is not None:
+            append(ends_path, b"d" if finished else b"r")
+    if pack and not accidents:
+        append(pack + ".done", b"")
+    return 1 if accidents else 0
 
 
 if __name__ == "__main__":

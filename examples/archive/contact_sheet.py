@@ -1,10 +1,14 @@
 #!/usr/bin/env python3
-"""Sums up an archive's results in the current folder: index.html, the contact sheet, and failed.tsv.
+"""Sums up an archive's results in the current folder.
 
     contact_sheet.py FOLDER_OF_SOUNDS
+
+Writes index.html, the contact sheet; sounds.csv, a table of all sounds; failed.tsv, those without a gabarit; and
+passed_over.tsv, the files whose endings are not those of sounds.
 """
 
-import html
+import csv
+import io
 import json
 import os
 import sys
@@ -12,93 +16,97 @@ import urllib.parse
 
 import archive
 
-STYLE = """
-body { font: 14px sans-serif; margin: 2em; }
-ul.sheet { display: flex; flex-wrap: wrap; gap: 1em; list-style: none; padding: 0; }
-ul.sheet li { width: 160px; overflow-wrap: anywhere; }
-ul.sheet img { width: 160px; height: 160px; image-rendering: pixelated; background: #ddd; display: block; }
-"""
-
-
-def read_record(sound_id):
-    """The record of a sound; one that says why there is none."""
-    try:
-        with open(archive.record_of(sound_id), encoding="utf-8") as file:
-            record = json.load(file)
-    except FileNotFoundError:
-        return {"state": "missing", "error": last_words(sound_id)}
-    if record["state"] == "finished" and not os.path.exists(archive.gabarit_of(sound_id)):
-        return {"state": "missing", "error": "its gabarit was removed: remove its record too and run again"}
-    return record
+COLUMNS = (
+    "sound id state error seconds_of_sound n form features_type features_modeling features_modeling_length"
+    " window_grid_hop warnings marquen file_bytes memory_bytes_used seconds_of_work sound_sha256 gabarit_sha256 gabarit"
+    " picture page"
+).split()
+HERE = os.path.dirname(os.path.abspath(__file__))
 
 
 def last_words(sound_id):
     try:
         with open(archive.log_of(sound_id), encoding="utf-8", errors="replace") as file:
-            lines = file.read().split("\n")
+            return "not done: " + file.read().strip()
     except FileNotFoundError:
-        lines = []
-    words = [line for line in lines if line.strip()]
-    return "not done" + (f": {words[-1]}" if words else "")
+        return "not done"
 
 
-def link(path, content):
-    return f'<a href="{html.escape(urllib.parse.quote(path))}">{content}</a>'
+def state_of_sound(sound):
+    """The record of a sound; one that says why there is none."""
+    sound_id = archive.to_id(sound)
+    record = archive.read_record(sound_id)
+    if record is None:
+        record = {"state": "missing", "error": last_words(sound_id)}
+    elif record["state"] == "finished" and not os.path.exists(archive.gabarit_of(sound_id)):
+        record = {"state": "missing", "error": "its gabarit was removed: the next run makes it again"}
+    record.update(id=sound_id, sound=archive.showable(sound), error=archive.showable(record["error"] or ""))
+    record.setdefault("form", "")
+    record.setdefault("warnings", [])
+    record.update(gabarit="", picture="", page="")
+    if record["state"] == "finished":
+        page = archive.page_of(sound_id)
+        record.update(gabarit=archive.gabarit_of(sound_id), picture=archive.picture_of(sound_id))
+        record["page"] = page if os.path.exists(page) else ""
+    return record
 
 
-def length_text(seconds):
-    minutes, rest = divmod(round(seconds), 60)
-    return f"{minutes}:{rest:02}"
-
-
-def sheet_entry(sound_id, name, record):
-    thumbnail = archive.thumbnail_of(sound_id)
-    image = f'<img loading="lazy" alt="" src="{html.escape(urllib.parse.quote(thumbnail))}">'
-    content = image if record["n"] > 0 else "no moments"
-    return (
-        f"<li>{link(archive.picture_of(sound_id), content)}"
-        f"{link(archive.gabarit_of(sound_id), html.escape(name))}<br>"
-        f"{length_text(record['seconds_of_sound'])}, n = {record['n']}</li>"
-    )
+def sheet_entry(record):
+    """What the contact sheet knows of a sound."""
+    entry = {"name": record["sound"], "state": record["state"], "error": record["error"], "form": record["form"]}
+    entry["settings"] = " ".join(record.get("settings", [])) or "default"
+    if record["state"] == "finished":
+        entry.update(seconds=record["seconds_of_sound"], n=record["n"], warnings=record["warnings"])
+        paths = {key: record[key] for key in ("gabarit", "picture", "page")}
+        paths["thumbnail"] = archive.thumbnail_of(record["id"])
+        entry.update((key, urllib.parse.quote(path)) for key, path in paths.items())
+    return entry
 
 
 def write_whole(path, text):
-    with open(path + ".part", "w", encoding="utf-8") as file:
+    with open(path + ".part", "w", encoding="utf-8", newline="") as file:
         file.write(text)
     os.replace(path + ".part", path)
 
 
+def table(records):
+    text = io.StringIO()
+    writer = csv.DictWriter(text, COLUMNS, extrasaction="ignore", lineterminator="\n")
+    writer.writeheader()
+    for record in records:
+        writer.writerow({**record, "warnings": "; ".join(record["warnings"])})
+    return text.getvalue()
+
+
+def sheet(records):
+    with open(os.path.join(HERE, "contact_sheet.html"), encoding="utf-8") as file:
+        page = file.read()
+    entries = json.dumps([sheet_entry(record) for record in records], ensure_ascii=False).replace("<", "\\u003c")
+    return page.replace("[];//SOUNDS", entries + ";")
+
+
 def write_sheet(root):
-    """Returns how many sounds have a gabarit and how many have none."""
-    done, failed, rows = [], [], []
-    for sound in archive.find_sounds(root):
-        sound_id, name = archive.to_id(sound), archive.showable(sound)
-        record = read_record(sound_id)
-        if record["state"] == "finished":
-            done.append(sheet_entry(sound_id, name, record))
-        else:
-            message = archive.showable(record["error"])
-            failed.append(f"<li><b>{html.escape(name)}</b>: {html.escape(message)}</li>")
-            rows.append(f"{archive.record_of(sound_id)}\t{name}\t{message}\n")
-    lines = [
-        '<!DOCTYPE html>\n<html lang="en"><meta charset="utf-8"><title>Gabarits</title>',
-        f"<style>{STYLE}</style>",
-        f"<h1>{len(done)} gabarits</h1>",
-        '<ul class="sheet">',
-        *done,
-        "</ul>",
-        f"<h2>{len(failed)} sounds without one</h2>",
-        "<ul>",
-        *failed,
-        "</ul></html>\n",
-    ]
-    write_whole("failed.tsv", "".join(rows))
-    write_whole("index.html", "\n".join(lines))
-    return len(done), len(failed)
+    """Returns how many sounds have a gabarit, how many have none, and how many files are passed over by ending."""
+    sounds, others = archive.find_sounds(root)
+    records = [state_of_sound(sound) for sound in sounds]
+    failed = [record for record in records if record["state"] != "finished"]
+    write_whole("index.html", sheet(records))
+    write_whole("sounds.csv", table(records))
+    write_whole("failed.tsv", "".join(f"{r['id']}\t{r['sound']}\t{r['error']}\n" for r in failed))
+    passed_over = ((ending, archive.showable(path)) for ending in sorted(others) for path in sorted(others[ending]))
+    write_whole("passed_over.tsv", "".join(f"{archive.showable(ending)}\t{path}\n" for ending, path in passed_over))
+    return len(records) - len(failed), len(failed), {ending: len(paths) for ending, paths in others.items()}
+
+
+def sum_up(root):
+    done, failed, others = write_sheet(root)
+    print(f"{done} gabarits, {failed} sounds without one: see index.html, sounds.csv and failed.tsv", file=sys.stderr)
+    if others:
+        counts = ", ".join(f"{others[ending]} {archive.showable(ending) or 'without'}" for ending in sorted(others))
+        print(f"passed over by their endings: {counts}; see passed_over.tsv", file=sys.stderr)
 
 
 if __name__ == "__main__":
     if len(sys.argv) != 2:
         sys.exit(__doc__)
-    counts = write_sheet(sys.argv[1])
-    print(f"{counts[0]} gabarits, {counts[1]} sounds without one: see index.html and failed.tsv")
+    sum_up(sys.argv[1])

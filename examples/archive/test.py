@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Runs the workflow on a few sounds, kills it, resumes it. Needs marquen, gabarit and snakemake on the PATH."""
 
-import html.parser
+import csv
+import json
 import os
 import shutil
 import signal
@@ -29,15 +30,6 @@ exec {marquen} "$@"
 """
 
 
-class Links(html.parser.HTMLParser):
-    def __init__(self):
-        super().__init__()
-        self.paths = []
-
-    def handle_starttag(self, tag, attributes):
-        self.paths += [urllib.parse.unquote(value) for name, value in attributes if name in ("href", "src")]
-
-
 def read(path):
     with open(path, "rb") as file:
         return file.read()
@@ -50,6 +42,13 @@ def wait_for(condition):
             raise AssertionError("waited in vain")
         time.sleep(0.02)
 
+
+HOSTILE_NAMES = [
+    "-dash.wav", "--help.wav", "new\nline.wav", "tab\t'and' \"quotes\".wav", "$(touch injected) `touch injected`;.wav",
+    " blanks at both ends .wav", "*.wav", "{wildcards.pack}.wav", "%41.wav", "A.wav", "%2E.wav", "</script><b>.wav",
+    os.fsdecode(b"\xff\xfe.wav"), "x" * 251 + ".wav", "\u3042" * 83 + ".wav", "a.wav", "a.wav.json/b.wav",
+    "a.wav.sdif/c.wav", "a.wav%2Ejson/b.wav", "a.wav.JSON/b.wav",
+]  # fmt: skip
 
 BAD = {"bad/empty.wav", "bad/a text.wav", "bad/header cut.wav", "bad/no sound.aiff", "bad/leads nowhere.wav"}
 
@@ -77,7 +76,7 @@ class Workflow(unittest.TestCase):
 
     def start(self, *options, config=("step=0.25",)):
         command = ["snakemake", "--snakefile", os.path.join(HERE, "Snakefile"), "--directory", self.out, *options]
-        command += ["--keep-going", "--config", f"sounds={self.sounds}", *config]
+        command += ["--profile", os.path.join(HERE, "profiles/local"), "--config", f"sounds={self.sounds}", *config]
         self.log = open(os.path.join(self.root, "log"), "w+")
         self.addCleanup(self.log.close)
         return subprocess.Popen(
@@ -100,18 +99,24 @@ class Workflow(unittest.TestCase):
             return {name: message for _, name, message in lines}
 
     def check_results(self, failed):
-        done = {archive.to_id(s) for s in archive.find_sounds(self.sounds)} - {archive.to_id(s) for s in failed}
+        sounds = archive.find_sounds(self.sounds)[0]
+        done = {archive.to_id(s) for s in sounds} - {archive.to_id(s) for s in failed}
         self.assertEqual(set(self.failed()), set(failed))
         for kind, ending in (("gabarits", ".sdif"), ("pictures", ".png"), ("thumbnails", ".png")):
             self.assertEqual(self.files(kind), sorted(sound_id + ending for sound_id in done))
         gabarits = [os.path.join(self.out, "gabarits", name) for name in self.files("gabarits")]
         verified = subprocess.run(["gabarit", "verify", *gabarits], capture_output=True, text=True)
         self.assertEqual(verified.returncode, 0, verified.stdout)
-        links = Links()
-        links.feed(read(os.path.join(self.out, "index.html")).decode())
-        self.assertEqual(len(links.paths), 3 * len(done))
-        for path in links.paths:
-            self.assertTrue(os.path.exists(os.path.join(self.out, path)), path)
+        sheet = read(os.path.join(self.out, "index.html")).decode()
+        entries = json.loads(sheet.split("const sounds = ")[1].split(";\n")[0])
+        self.assertEqual(len(entries), len(sounds))
+        for entry in entries:
+            for kind in ("gabarit", "picture", "thumbnail"):
+                if entry["state"] == "finished":
+                    self.assertTrue(os.path.exists(os.path.join(self.out, urllib.parse.unquote(entry[kind]))), entry)
+        with open(os.path.join(self.out, "sounds.csv"), newline="", encoding="utf-8") as file:
+            rows = {row["id"]: row for row in csv.DictReader(file)}
+        self.assertEqual({name for name, row in rows.items() if row["state"] == "finished"}, done)
 
     def test_resumes_where_it_was_killed(self):
         for name in ("stall", "crash"):
@@ -127,7 +132,7 @@ class Workflow(unittest.TestCase):
 
         os.remove(self.flag("stall"))
         self.run_workflow("--unlock")
-        self.run_workflow("--rerun-incomplete", status=1)
+        self.run_workflow(status=1)
         self.check_results(BAD | {"crash.wav"})
         self.assertIn("SIGKILL", self.failed()["crash.wav"])
         self.assertIn("Format not recognised", self.failed()["bad/a text.wav"])
@@ -137,7 +142,6 @@ class Workflow(unittest.TestCase):
         os.remove(self.flag("crash"))
         self.run_workflow()
         self.check_results(BAD)
-        self.assertFalse(os.path.exists(os.path.join(self.out, "part")))
 
         # A record is what counts as done: each is made again when its sound changes, and only then.
         records = {name: read(os.path.join(self.out, "records", name)) for name in self.files("records")}
@@ -154,6 +158,21 @@ class Workflow(unittest.TestCase):
         # A wrong setting spoils nothing.
         self.run_workflow(status=1, config=("features_type=loudness",))
         self.check_results(BAD - {"bad/empty.wav"} | {"slow.wav"})
+
+    def test_takes_every_name(self):
+        shutil.rmtree(self.sounds)
+        for name in HOSTILE_NAMES:
+            make_sounds.write(os.fsencode(self.sounds), os.fsencode(name), make_sounds.wav([0.1] * 12000, 8000))
+        for name in ("notes.txt", "more.TXT", "no ending"):
+            make_sounds.write(self.sounds, name, b"")
+        ids = [archive.to_id(name) for name in HOSTILE_NAMES]
+        self.assertEqual([archive.to_sound(sound_id) for sound_id in ids], HOSTILE_NAMES)
+        self.run_workflow()
+        self.check_results(set())
+        self.assertEqual(sorted(os.listdir(self.sounds)), sorted(set(name.split("/")[0] for name in HOSTILE_NAMES) | {
+            "notes.txt", "more.TXT", "no ending"}))
+        passed_over = read(os.path.join(self.out, "passed_over.tsv")).decode()
+        self.assertEqual(passed_over, "\tno ending\n.txt\tmore.TXT\n.txt\tnotes.txt\n")
 
 
 if __name__ == "__main__":
