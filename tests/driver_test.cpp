@@ -41,6 +41,8 @@ TEST(TimeGrid, StandsOneStepFromBothEnds)
         SCOPED_TRACE(testing::Message() << c.duration << " by " << c.step);
         EXPECT_EQ(veloria::time_grid(c.duration, c.step), c.centres);
     }
+    // (1.1 - 0.1) / 0.1 is a little below 10; the tolerance makes it 10
+    EXPECT_EQ(veloria::time_grid(1.2, 0.1).size(), 11U);
 }
 
 TEST(TimeGrid, ClosesInOnItsLastCentre)
@@ -96,6 +98,7 @@ constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
 
 struct driver_result {
     std::vector<double> positions;
+    std::vector<double> frame_times;
     bool canceled;
     tavel::Matrix<unsigned char> similarity;
 };
@@ -114,6 +117,7 @@ driver_result run_driver(const std::string& sound, feature_selection features, m
         result.canceled = true;
     }
     result.positions = reports.positions;
+    result.frame_times.assign(frame_times.begin(), frame_times.end());
     return result;
 }
 
@@ -178,6 +182,19 @@ TEST(AnalysisDriver, GivesEachStageItsPieceOfTheBar)
     }
 }
 
+TEST(AnalysisDriver, IsDeafToTheRoundingOfItsHost)
+{
+    const test_folder folder;
+    const std::string sound = folder.path("sound.wav");
+    write_sound(sound, 22050, 2, 22050);
+    const driver_result nearest = run_driver(sound, feature_selection::harmo, modeling_kind::mean);
+    std::fesetround(FE_UPWARD);
+    const driver_result upward = run_driver(sound, feature_selection::harmo, modeling_kind::mean);
+    std::fesetround(FE_TONEAREST);
+    EXPECT_EQ(upward.positions, nearest.positions);
+    EXPECT_EQ(upward.frame_times, nearest.frame_times);
+}
+
 TEST(AnalysisDriver, SizesThePictureByTheLengthOfTheSound)
 {
     const test_folder folder;
@@ -186,14 +203,16 @@ TEST(AnalysisDriver, SizesThePictureByTheLengthOfTheSound)
         int frames, n;
     };
     // the first centre, 0.2 s, is frame 6, which ends with the sample 2644; another needs more than 0.6 s
-    constexpr length_case cases[] = {{0, 0}, {1, 0}, {880, 0}, {2644, 0}, {2645, 1}, {4410, 1}, {6615, 1}, {6616, 2}};
+    constexpr length_case cases[] = {{0, 0},    {1, 0},    {880, 0},  {2644, 0},   {2645, 1},
+                                     {4410, 1}, {6615, 1}, {6616, 2}, {110250, 49}};
     for (const length_case& c : cases) {
         SCOPED_TRACE(c.frames);
         write_sound(sound, 11025, 1, c.frames);
         const driver_result result = run_driver(sound, feature_selection::harmo, modeling_kind::mean);
         ASSERT_EQ(result.similarity.rows, c.n);
         ASSERT_EQ(result.similarity.columns, c.n);
-        for (int i = 0; i < c.n; ++i)
+        EXPECT_EQ(result.frame_times.size(), static_cast<std::size_t>(c.n));
+        for (int i = 0; i < c.n && c.n <= 2; ++i)
             for (int j = 0; j < c.n; ++j)
                 EXPECT_EQ(result.similarity(i, j), i == j ? 255 : 0);
     }

@@ -7,9 +7,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -17,6 +20,35 @@
 #include "tests/support/job.h"
 #include "tests/support/piped_sound.h"
 #include "tests/support/sound.h"
+#include "veloria/process_handle.h"
+#include "veloria/worker.h"
+
+namespace {
+
+// A block of memory, and what its first bytes are when it is freed.
+const void* watched_block = nullptr;
+const void* freed_mark[2];
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    if (void* block = std::malloc(size))
+        return block;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* block) noexcept
+{
+    if (block != nullptr && block == watched_block)
+        std::memcpy(freed_mark, block, sizeof freed_mark);
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    operator delete(block);
+}
 
 namespace {
 
@@ -81,7 +113,10 @@ TEST_F(Process, RefusesArgumentsInTheirOrder)
 TEST_F(Process, RefusesHandlesThatAreNone)
 {
     alignas(16) char nothing[1024] = {};
-    for (process_handle* handle : {static_cast<process_handle*>(nullptr), reinterpret_cast<process_handle*>(nothing)}) {
+    process_handle not_started; // has half of the mark
+    not_started.self = &not_started;
+    for (process_handle* handle :
+         {static_cast<process_handle*>(nullptr), reinterpret_cast<process_handle*>(nothing), &not_started}) {
         const std::function<void()> calls[] = {
             [=] { getMaxPosition(handle); },  [=] { getPosition(handle); },   [=] { getState(handle); },
             [=] { getErrorMessage(handle); }, [=] { cancel(handle, false); }, [=] { shutdown(handle); },
@@ -89,6 +124,27 @@ TEST_F(Process, RefusesHandlesThatAreNone)
         for (const auto& call : calls)
             expect_throw<std::invalid_argument>(call, "internal error: invalid process handle");
     }
+}
+
+TEST_F(Process, UnmarksTheHandleBeforeItsMemoryGoes)
+{
+    process_handle* job = start_job(sound, output);
+    wait_for_end(job);
+    freed_mark[0] = freed_mark[1] = job;
+    watched_block = job;
+    shutdown(job);
+    watched_block = nullptr;
+    EXPECT_EQ(freed_mark[0], nullptr);
+    EXPECT_EQ(freed_mark[1], nullptr);
+}
+
+TEST(JobReport, LeavesThePositionOfACanceledJob)
+{
+    job_shared_state shared;
+    EXPECT_TRUE(job_report(&shared, 0.25));
+    shared.cancel_requested = true;
+    EXPECT_FALSE(job_report(&shared, 0.5));
+    EXPECT_EQ(shared.position, 0.25);
 }
 
 TEST_F(Process, RunsToAWholeFile)
@@ -105,6 +161,7 @@ TEST_F(Process, RunsToAWholeFile)
     EXPECT_EQ(getState(job), process_finished);
     EXPECT_EQ(getErrorMessage(job), "");
     EXPECT_EQ(getState(job), process_finished);
+    EXPECT_EQ(job->similarity.rows, 5); // moments at 0.5 to 2.5 s
     shutdown(job);
     EXPECT_NE(contents(output).find("Version\t" + std::string(getVersion()) + ";"), std::string::npos);
 }
@@ -158,17 +215,42 @@ TEST_F(Process, StopsAtTheNextReportAfterACancel)
     EXPECT_FALSE(std::filesystem::exists(output));
 }
 
+// Whichever function notices the end of a job first has to know of a cancel.
+void await_state(process_handle* job)
+{
+    wait_for_end(job);
+}
+
+void await_message(process_handle* job)
+{
+    for (;; usleep(500)) {
+        try {
+            getErrorMessage(job);
+            return;
+        } catch (const std::logic_error&) {}
+    }
+}
+
+void await_position(process_handle* job)
+{
+    for (double position = 0.0; position >= 0.0 && position < 1.0; usleep(500))
+        position = getPosition(job);
+}
+
 // A job whose file goes into a pipe: its worker stands still in the writing, past its last report.
 struct late_case {
     const char* what;
     bool cancel;
     bool break_pipe;
+    void (*await_end)(process_handle*);
     process_state state;
 };
 constexpr late_case late_cases[] = {
-    {"complete", false, false, process_finished},
-    {"canceled too late to stop", true, false, process_canceled},
-    {"failed while canceling", true, true, process_failed},
+    {"complete", false, false, await_state, process_finished},
+    {"canceled too late to stop", true, false, await_state, process_canceled},
+    {"canceled too late, asked for its message", true, false, await_message, process_canceled},
+    {"canceled too late, asked for its position", true, false, await_position, process_canceled},
+    {"failed while canceling", true, true, await_state, process_failed},
 };
 
 TEST_F(Process, TellsACancelFromAnErrorAtTheLastMoment)
@@ -190,7 +272,7 @@ TEST_F(Process, TellsACancelFromAnErrorAtTheLastMoment)
         for (ssize_t got = 1; !c.break_pipe && got > 0; file.append(buffer, static_cast<std::size_t>(got)))
             got = std::max<ssize_t>(0, read(reading, buffer, sizeof buffer));
         close(reading);
-        EXPECT_EQ(wait_for_end(job), c.state);
+        c.await_end(job);
         EXPECT_EQ(getPosition(job), c.state == process_finished ? 1.0 : -1.0);
         const std::string message = getErrorMessage(job);
         if (c.break_pipe)
