@@ -8,10 +8,10 @@
 
 #include <benchmark/benchmark.h>
 
-#include "similarity/equalisation.h"
+#include "similarity/equalization.h"
 #include "similarity/frame_distances.h"
 #include "similarity/pair_distances.h"
-#include "similarity/quantise.h"
+#include "similarity/quantize.h"
 #include "tavel/hist.h"
 #include "tavel/interp1q.h"
 #include "tavel/tavel_dense_vector.h"
@@ -61,14 +61,14 @@ std::vector<double> some_distances(int count)
     return {distance.column_data(0), distance.column_data(0) + count};
 }
 
-struct equalisation_data {
+struct equalization_data {
     std::vector<double> distances = some_distances(3600); // the mean column of an hour
     double largest = *std::max_element(distances.begin(), distances.end());
     veloria::distance_bins bins{largest};
     std::array<double, veloria::bin_count> counts{};
     tavel::Vector<double> scaled, centers, plain_counts; // for the toolbox
 
-    equalisation_data() : scaled(size()), centers(veloria::bin_count), plain_counts(veloria::bin_count)
+    equalization_data() : scaled(size()), centers(veloria::bin_count), plain_counts(veloria::bin_count)
     {
         veloria::distance_histogram histogram;
         histogram.add(distances.data(), size(), bins);
@@ -85,7 +85,7 @@ struct equalisation_data {
 
 void histogram(benchmark::State& state)
 {
-    const equalisation_data data;
+    const equalization_data data;
     veloria::distance_histogram histogram;
     for (auto _ : state)
         histogram.add(data.distances.data(), data.size(), data.bins);
@@ -95,7 +95,7 @@ void histogram(benchmark::State& state)
 
 void histogram_plain(benchmark::State& state)
 {
-    equalisation_data data;
+    equalization_data data;
     for (auto _ : state)
         tavel::hist(data.scaled, data.centers, data.plain_counts);
     state.SetItemsProcessed(state.iterations() * data.size());
@@ -103,7 +103,7 @@ void histogram_plain(benchmark::State& state)
 
 void mapping(benchmark::State& state)
 {
-    const equalisation_data data;
+    const equalization_data data;
     std::vector<double> mapped = data.distances;
     veloria::distance_mapping mapping(data.bins, data.counts);
     for (auto _ : state) {
@@ -116,7 +116,7 @@ void mapping(benchmark::State& state)
 
 void mapping_plain(benchmark::State& state)
 {
-    const equalisation_data data;
+    const equalization_data data;
     tavel::Vector<double> mapped(data.size());
     for (auto _ : state)
         tavel::interp1q(data.centers, data.plain_counts, data.scaled, mapped);
@@ -141,7 +141,7 @@ void distance_stage(benchmark::State& state)
         tavel::Matrix<double> distance;
         tavel::Matrix<unsigned char> similarity;
         veloria::compute_frame_distances(streams, distance, unread_progress());
-        veloria::quantise_distances(distance, similarity, n);
+        veloria::quantize_distances(distance, similarity, n);
         benchmark::DoNotOptimize(similarity.data);
     }
 }
@@ -154,7 +154,7 @@ void distance_stage_plain(benchmark::State& state)
         tavel::Matrix<double> distance;
         tavel::Matrix<unsigned char> similarity;
         plain::compute_frame_distances(streams, distance, unread_progress());
-        plain::quantise(distance, similarity);
+        plain::quantize(distance, similarity);
         benchmark::DoNotOptimize(similarity.data);
     }
 }

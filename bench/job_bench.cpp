@@ -23,7 +23,7 @@
 #include "modeling/reduce_components.h"
 #include "modeling/time_grid.h"
 #include "similarity/frame_distances.h"
-#include "similarity/quantise.h"
+#include "similarity/quantize.h"
 #include "similarity/write_gabarit.h"
 #include "tavel/lapack.h"
 #include "tests/support/progress.h"
@@ -159,7 +159,7 @@ void stages(benchmark::State& state)
         tavel::Matrix<double> distance;
         tavel::Matrix<unsigned char> similarity;
         veloria::compute_frame_distances(scores, distance, unread_progress());
-        veloria::quantise_distances(distance, similarity, frame_times.size);
+        veloria::quantize_distances(distance, similarity, frame_times.size);
         state.counters["distances"] = lap();
         veloria::write_gabarit(similarity, frame_times, path, "", rate_hz, 2, "/dev/null");
         state.counters["file"] = lap();

@@ -82,8 +82,8 @@ void extract_harmonic(const tavel::Vector<double>& samples, double sr, int windo
     matrix.resize(map.band_count, frame_slice.count);
 
     for (int i = 0; i < frame_slice.count; ++i) {
-        const int centre = frame_slice.start + frame_slice.step * i;
-        buffer(tavel::range{0, length - 1}) = samples(tavel::range{centre - half, centre + half});
+        const int center = frame_slice.start + frame_slice.step * i;
+        buffer(tavel::range{0, length - 1}) = samples(tavel::range{center - half, center + half});
         power_spectrum(window_single, transform_size, buffer, power);
         profile_of_frame(map, power, static_cast<float>(floor_ratio), matrix(tavel::all, i));
         report_progress(frames, i + 1);

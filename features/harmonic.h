@@ -15,7 +15,7 @@ namespace veloria {
 /// @param f_high       Hz, exclusive
 /// @param floor_ratio  bins with less than this part of the frame's largest power are left out
 /// @param matrix       resized to bands by frames; row 0 is C
-/// @param frame_slice  set to the centre samples of the frames: those that lie inside the sound
+/// @param frame_slice  set to the center samples of the frames: those that lie inside the sound
 /// @throws tavel::error "realfft_vec:: Error in realfft", "min/max_elem called for empty vector \n" where no bin lies
 ///         between the frequencies, "Slice<INDEX>:: creating slice with offset 0 is not supported\n" for a hop of 0;
 ///         corvane::cancel_exception

@@ -16,7 +16,7 @@ struct octave_band {
     int size() const { return last_bin - first_bin + 1; }
 };
 
-/// The bands of a transform's power spectrum, from 0 Hz to half the sample rate. Neighbours share a bin; the lowest
+/// The bands of a transform's power spectrum, from 0 Hz to half the sample rate. Neighbors share a bin; the lowest
 /// takes all that is below the octaves.
 std::array<octave_band, octave_band_count> make_octave_bands(int transform_size);
 

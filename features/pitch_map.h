@@ -4,17 +4,18 @@
 
 namespace veloria {
 
-/// How the bins of a power spectrum fall on the pitch classes: each bin feeds two bands, so that a power between
-/// two semitones goes to both.
+/// Which pitch classes each bin of a power spectrum belongs to. A bin lies between two semitones and feeds the bands of
+/// both, the nearer one more.
 struct pitch_map {
-    int first_bin;                    ///< the bin that the first entry stands for
-    int band_count;                   ///< 12 where every pitch class has its bins: C, C sharp, ... B
-    tavel::Vector<int> bin_bands;     ///< two for each bin
+    int first_bin;                    ///< bin of the spectrum that the first two entries belong to
+    int band_count;                   ///< 12 if the range covers an octave: C, C sharp, ... B
+    tavel::Vector<int> bin_bands;     ///< two for each bin: of the semitone below it, of the one above
     tavel::Vector<float> bin_weights; ///< in the same order
 };
 
-/// Maps the bins between two frequencies, both exclusive; A is 440 Hz. A class that is nobody's lower neighbour has
-/// no band of its own: what would fall on it goes to the next one up, above the last to one more band.
+/// Maps the bins between two frequencies, both exclusive; A is 440 Hz.
+/// The pitch classes that lie just below some bin are the bands, in ascending order. A class that doesn't, in a range
+/// narrower than an octave, has no band: its share goes to the next higher band, or to one more band above the last.
 /// @throws tavel::error "min/max_elem called for empty vector \n" where no bin lies between them
 /// Pitch class profile: T. Fujishima, "Realtime chord recognition of musical sound", Proc. ICMC 1999.
 pitch_map build_pitch_map(int transform_size, double sr, double f_low, double f_high);

@@ -16,15 +16,14 @@ bool nan_last_less(double a, double b)
 // The last values of a row, in the order of arrival and in ascending order.
 class median_window {
 public:
-    explicit median_window(int length)
-        : ring_(static_cast<std::size_t>(length), 0.0), sorted_(ring_), oldest_(ring_.begin())
+    explicit median_window(int length) : ring(static_cast<std::size_t>(length), 0.0), sorted(ring), oldest(ring.begin())
     {}
 
     // Moves the values between the one that leaves and the one that enters by one place.
     void push(double entering)
     {
-        const auto leaves = std::lower_bound(sorted_.begin(), sorted_.end(), *oldest_, nan_last_less);
-        const auto enters = std::lower_bound(sorted_.begin(), sorted_.end(), entering, nan_last_less);
+        const auto leaves = std::lower_bound(sorted.begin(), sorted.end(), *oldest, nan_last_less);
+        const auto enters = std::lower_bound(sorted.begin(), sorted.end(), entering, nan_last_less);
         if (leaves < enters) {
             std::move(leaves + 1, enters, leaves);
             *(enters - 1) = entering;
@@ -32,21 +31,21 @@ public:
             std::move_backward(enters, leaves, leaves + 1);
             *enters = entering;
         }
-        *oldest_ = entering;
-        if (++oldest_ == ring_.end())
-            oldest_ = ring_.begin();
+        *oldest = entering;
+        if (++oldest == ring.end())
+            oldest = ring.begin();
     }
 
     double median() const
     {
-        const std::size_t middle = sorted_.size() / 2;
-        return sorted_.size() % 2 == 1 ? sorted_[middle] : (sorted_[middle - 1] + sorted_[middle]) * 0.5;
+        const std::size_t middle = sorted.size() / 2;
+        return sorted.size() % 2 == 1 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) * 0.5;
     }
 
 private:
-    std::vector<double> ring_;
-    std::vector<double> sorted_;
-    std::vector<double>::iterator oldest_;
+    std::vector<double> ring;
+    std::vector<double> sorted;
+    std::vector<double>::iterator oldest;
 };
 
 } // namespace

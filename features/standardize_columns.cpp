@@ -8,8 +8,8 @@ namespace veloria {
 
 namespace {
 
-// The sum of a centred column is only nearly 0: what rounding left of it is taken off the variance.
-double deviation_of_centred(const double* column, int rows)
+// The sum of a centered column is only nearly 0: what rounding left of it is taken off the variance.
+double deviation_of_centered(const double* column, int rows)
 {
     double sum = 0.0;
     double squares = 0.0;
@@ -31,7 +31,7 @@ void standardize_columns(tavel::Vector<tavel::Matrix<double>>& streams)
         for (int c = 0; c < stream.columns; ++c) {
             auto column = stream(tavel::all, c);
             column = column - means[c];
-            const double deviation = deviation_of_centred(stream.column_data(c), stream.rows);
+            const double deviation = deviation_of_centered(stream.column_data(c), stream.rows);
             if (deviation != 0.0)
                 column = column / deviation;
         }

@@ -36,7 +36,7 @@ tavel::Vector<float> scaled_blackman(int length)
 }
 
 // First-order high-pass y[n] = x[n] - 0.97 x[n - 1]; reads the sample before the first one.
-void preemphasise(const double* __restrict samples, int length, float* __restrict frame)
+void preemphasize(const double* __restrict samples, int length, float* __restrict frame)
 {
     for (int n = 0; n < length; ++n)
         frame[n] = static_cast<float>(samples[n - 1] * -0.97 + samples[n]);
@@ -47,34 +47,34 @@ void read_frame(const tavel::Vector<double>& samples, std::ptrdiff_t first, int 
 {
     if (first == 0) {
         frame[0] = static_cast<float>(samples.data[0]);
-        preemphasise(samples.data + 1, length - 1, frame + 1);
+        preemphasize(samples.data + 1, length - 1, frame + 1);
     } else {
-        preemphasise(samples.data + first, length, frame);
+        preemphasize(samples.data + first, length, frame);
     }
 }
 
 // Tables and buffers of one call.
-class timbre_analyser {
+class timbre_analyzer {
 public:
-    timbre_analyser(int length, double sr)
-        : window_(scaled_blackman(length)), transform_size_(transform_size_of(length)),
-          filters_(design_mel_filter_bank(transform_size_, sr)), bands_(make_octave_bands(transform_size_)),
-          cepstrum_table_(make_cepstrum_table()), buffer_(transform_size_ + 2), power_(transform_size_ / 2 + 1),
-          keys_(static_cast<std::size_t>(bands_.back().size()))
+    timbre_analyzer(int length, double sr)
+        : window(scaled_blackman(length)), transform_size(transform_size_of(length)),
+          filters(design_mel_filter_bank(transform_size, sr)), bands(make_octave_bands(transform_size)),
+          cosines(make_cepstrum_table()), buffer(transform_size + 2), power(transform_size / 2 + 1),
+          keys(static_cast<std::size_t>(bands.back().size()))
     {}
 
     // Takes the frame that begins at the sample `first`.
-    void analyse(const tavel::Vector<double>& samples, std::ptrdiff_t first)
+    void analyze(const tavel::Vector<double>& samples, std::ptrdiff_t first)
     {
-        read_frame(samples, first, window_.size, buffer_.data);
-        power_spectrum(window_, transform_size_, buffer_, power_);
+        read_frame(samples, first, window.size, buffer.data);
+        power_spectrum(window, transform_size, buffer, power);
     }
 
     void store_contrast(tavel::Matrix<double>& contrast, int row)
     {
         constexpr double epsilon = std::numeric_limits<double>::epsilon(); // keeps the level of silence finite
         for (int b = 0; b < octave_band_count; ++b) {
-            const band_extremes extremes = measure_band(power_.data, bands_[static_cast<std::size_t>(b)], keys_.data());
+            const band_extremes extremes = measure_band(power.data, bands[static_cast<std::size_t>(b)], keys.data());
             const double peak_level = std::log(extremes.peak + epsilon);
             const double valley_level = std::log(extremes.valley + epsilon);
             contrast(row, b) = peak_level;
@@ -85,22 +85,22 @@ public:
     void store_cepstrum(tavel::Matrix<double>& cepstrum, int row) const
     {
         std::array<float, mel_filter_count> energies;
-        mel_energies(filters_, power_.data, energies.data());
+        mel_energies(filters, power.data, energies.data());
         std::array<double, cepstrum_size> coefficients;
-        mel_cepstrum(cepstrum_table_, energies.data(), coefficients.data());
+        mel_cepstrum(cosines, energies.data(), coefficients.data());
         for (int r = 0; r < cepstrum_size; ++r)
             cepstrum(row, r) = coefficients[static_cast<std::size_t>(r)];
     }
 
 private:
-    tavel::Vector<float> window_;
-    int transform_size_;
-    mel_filter_bank filters_;
-    std::array<octave_band, octave_band_count> bands_;
-    cepstrum_table cepstrum_table_;
-    tavel::Vector<float> buffer_;
-    tavel::Vector<float> power_;
-    std::vector<std::int32_t> keys_;
+    tavel::Vector<float> window;
+    int transform_size;
+    mel_filter_bank filters;
+    std::array<octave_band, octave_band_count> bands;
+    cepstrum_table cosines;
+    tavel::Vector<float> buffer;
+    tavel::Vector<float> power;
+    std::vector<std::int32_t> keys;
 };
 
 } // namespace
@@ -113,12 +113,12 @@ void extract_timbre(const tavel::Vector<double>& samples, double sr, int window,
     if (frame_slice.count == 0)
         return;
     const progress_record frames = progress.counting(frame_slice.count);
-    timbre_analyser analyser(length, sr);
+    timbre_analyzer analyzer(length, sr);
     for (int i = 0; i < frame_slice.count; ++i) {
-        analyser.analyse(samples, frame_slice.start - half + std::ptrdiff_t{frame_slice.step} * i);
+        analyzer.analyze(samples, frame_slice.start - half + std::ptrdiff_t{frame_slice.step} * i);
         if (contrast != nullptr)
-            analyser.store_contrast(*contrast, i);
-        analyser.store_cepstrum(cepstrum, i);
+            analyzer.store_contrast(*contrast, i);
+        analyzer.store_cepstrum(cepstrum, i);
         report_progress(frames, i + 1);
     }
 }

@@ -9,7 +9,7 @@ namespace veloria {
 /// @param samples      mono sound
 /// @param sr           sample rate in Hz, above 0
 /// @param window       frame length in samples, above 0; an even one is shortened by 1
-/// @param frame_slice  centre samples of the frames; each frame lies inside the sound
+/// @param frame_slice  center samples of the frames; each frame lies inside the sound
 /// @param cepstrum     count by 13, coefficient 0 first; sized by the caller
 /// @param contrast     count by 12, sized by the caller: peak levels (ln of power) of six octave bands, then their
 ///                     distances to the valley levels; null where it isn't wanted

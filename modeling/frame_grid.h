@@ -6,27 +6,28 @@
 
 namespace veloria {
 
-/// The frames that a row describes: `count` of them, from `first` on.
+/// The frames that a moment sums up: `count` of them, from `first` on.
 struct frame_window {
     int first, count;
 };
 
-/// Width of the modeling window in frames: the nearest whole number, one less where that is even, so that the
-/// window has a frame in its middle. -1, a window without frames, where it rounds to 0 or isn't a number.
+/// Width of the modeling window in frames: `seconds` * `frame_rate`, rounded, and one less if that is even, so that a
+/// frame lies in the middle. If it rounds to 0 or is NaN, the width is -1: a window without frames.
 int modeling_window_frames(double seconds, double frame_rate);
 
-/// The window of `modeling_frames` frames in the middle of which `center` lies, cut to a stream of `frames` frames.
+/// The window of `modeling_frames` frames around the frame `center`, cut at both ends of a stream of `frames` frames.
 frame_window window_around(int center, int modeling_frames, int frames);
 
-/// The frames that lie nearest to the times of the grid, strictly ascending: times that fall on one frame give one
-/// entry, and the list ends with the first time that reaches the last frame, which it holds only if that time falls
-/// on it.
-/// @param grid  window centres in seconds, ascending
+/// The frame of each moment: the one nearest to a time of the grid. Several times that fall on one frame are one
+/// moment. The first time that reaches the last frame or lies beyond it ends the list, and has a moment only if it
+/// falls on that frame.
+/// @param grid  window centers in seconds, ascending
 /// @param t0    time of frame 0 in seconds
+/// @return      strictly ascending
 tavel::Vector<int> place_frame_centers(const std::vector<double>& grid, double t0, double frame_rate, int frames);
 
-/// Times in seconds of the frames `frame_centers`. Samples count from one: frame 0 lies at (start + 1) / sr.
-/// @param frame_slice  centre samples of the frames
+/// Times of the moments in seconds. Samples count from one: frame 0 lies at (start + 1) / sr.
+/// @param frame_slice  center samples of the frames
 tavel::Vector<double> times_of_frames(const tavel::Vector<int>& frame_centers, const tavel::Slice<int>& frame_slice,
                                       double sr);
 

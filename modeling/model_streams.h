@@ -8,13 +8,14 @@
 
 namespace veloria {
 
-/// From feature streams to modeled streams: a row for each point of the grid that a frame stands for.
+/// From feature streams to modeled streams, with a row for each moment: each time of the grid that has a frame of its
+/// own.
 /// @param features     one stream or more, standardized, frames by features
 /// @param sr           sample rate of the sound in Hz
 /// @param frame_slice  center samples of the frames
 /// @param grid         window centers in seconds, ascending
 /// @param chosen       the kind of modeling, and its window
-/// @param frame_times  time of each row in seconds; sized here
+/// @param frame_times  time of each moment in seconds; sized here
 /// @param modeled      a stream for each of `features`, rows as in `frame_times`; empty on entry. Each stream takes a
 ///                     part of the progress bar as large as its part of the features.
 /// @throws tavel::error; corvane::cancel_exception

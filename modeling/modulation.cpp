@@ -19,7 +19,7 @@ struct frequency_band {
     double low_hz, high_hz;
 };
 
-// Between 2 and 3 Hz lies no band, and the bin of 15 Hz counts in two.
+// No band covers 2 to 3 Hz, and the bin of 15 Hz belongs to two bands.
 constexpr std::array<frequency_band, 3> frequency_bands{{{1.0, 2.0}, {3.0, 15.0}, {15.0, 25.0}}};
 
 constexpr int largest_transform = 1 << 30;
@@ -30,7 +30,7 @@ int transform_size(int modeling_frames)
     return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::clamp(modeling_frames, 1, largest_transform))));
 }
 
-// The larger part is taken out of the root, so that no square overflows.
+// sqrt(re^2 + im^2) with the larger part taken out of the root, so that no square overflows.
 double magnitude(double re, double im)
 {
     const double a = std::fabs(re);

@@ -19,10 +19,10 @@ struct modulation_band {
 /// @param frame_rate  frames a second
 std::vector<modulation_band> modulation_bands(double frame_rate, int fft_size);
 
-/// A small modulation spectrum of each feature over the window of each row: how large its mean is and how strongly
+/// A small modulation spectrum of each feature over the window of each moment: how large its mean is, and how strongly
 /// it moves in each of the bands above.
 /// @param stream   frames by features
-/// @param modeled  sized here: a row per center; for each feature a group of columns, first the magnitude of the
+/// @param modeled  sized here: a row per moment; for each feature a group of columns, first the magnitude of the
 ///                 mean, then for each band the sum of the magnitudes of its bins
 /// @throws tavel::error "realfft_vec:: Error in realfft", also for windows above 2^30 frames;
 ///         corvane::cancel_exception

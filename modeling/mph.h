@@ -5,13 +5,12 @@
 
 namespace veloria {
 
-/// Which features lead, and how the lead passes on from frame to frame: over the window of each row, a histogram of
-/// the transitions from the four largest features of a frame to the four largest of the next, the better ranked
-/// ones weighing more. Only the order of the features counts, not their values; equal ones rank in ascending order
-/// of their numbers.
+/// Which features lead, and which ones follow them. For the window of each moment, a histogram of the transitions from
+/// the four largest features of a frame to the four largest of the next frame; higher ranks weigh more. Only the order
+/// of the features counts, not their values. Equal features rank in the order of their numbers.
 /// @param stream   frames by features, at least 4 features
-/// @param modeled  sized here: a row per center; column i * features + j holds the transitions from feature i to
-///                 feature j. A row sums to 536 for each pair of neighbouring frames in its window.
+/// @param modeled  sized here: a row per moment; column i * features + j holds the transitions from feature i to
+///                 feature j. A row adds up to 536 for each pair of neighboring frames in its window.
 /// @throws corvane::cancel_exception
 void model_mph(const tavel::Matrix<double>& stream, int modeling_frames, const tavel::Vector<int>& frame_centers,
                tavel::Matrix<double>& modeled, const progress_record& progress);

@@ -25,11 +25,11 @@ std::vector<double> time_grid(double duration, double step)
     const auto count = tavel::saturate_cast<std::uint64_t>(intervals + 1.0);
     std::vector<double> grid;
     grid.reserve(count);
-    double centre = step;
-    grid.push_back(centre);
+    double center = step;
+    grid.push_back(center);
     for (std::uint64_t k = 1; k < count; ++k) {
-        centre += (last - centre) / static_cast<double>(count - k);
-        grid.push_back(centre);
+        center += (last - center) / static_cast<double>(count - k);
+        grid.push_back(center);
     }
     return grid;
 }

@@ -9,7 +9,8 @@ namespace veloria {
 
 namespace {
 
-// Goes through the estimate that divides by n - 1, which is clamped before it is scaled back.
+// (sum of squares - sum^2 / n) / (n - 1), at least 0, times (n - 1) / n: the variance that divides by n, rounded as
+// the way over n - 1 rounds it.
 double variance(const double* values, double sum, int count)
 {
     const double n = count;

@@ -5,9 +5,9 @@
 
 namespace veloria {
 
-/// Mean, and if asked variance, of each feature over the window of each row.
+/// Mean, and if asked variance, of each feature over the window of each moment.
 /// @param stream         frames by features
-/// @param modeled        sized here: a row per center; a column of means per feature, then one of variances.
+/// @param modeled        sized here: a row per moment; a column of means per feature, then one of variances.
 ///                       A variance is the one that divides by the count of the frames. Both are NaN where a window
 ///                       has no frames.
 /// @throws corvane::cancel_exception

@@ -4,23 +4,23 @@
 #include <cstdint>
 #include <numeric>
 
-#include "similarity/equalisation.h"
+#include "similarity/equalization.h"
 #include "similarity/pair_distances.h"
 
 namespace veloria {
 
 namespace {
 
-// What equalising a pair costs, in units of what a column adds to measuring it.
-constexpr double equalisation_cost = 28.4;
+// Estimated cost of equalizing a pair of moments. Measuring it costs 1 for each column.
+constexpr double equalization_cost = 28.4;
 
-// Values of the strict lower triangle: the lowest that there can be and the largest that there is.
 struct value_range {
-    double lowest, largest;
+    double lowest;  // the smallest value that the mapping can give
+    double largest; // the largest value that is there
 };
 
-// The distances' histogram over the whole square, whose diagonal and upper triangle count as distances of 0, summed
-// up: how many cells are at most as far apart as each bin.
+// F(k): how many cells of the whole square have a distance in the bins 0 to k. The n cells of the diagonal and the
+// n (n - 1) / 2 above it count as distances of 0.
 std::array<double, bin_count> cumulative_counts(const distance_histogram& histogram, std::int64_t n)
 {
     std::array<double, bin_count> counts = histogram.counts();
@@ -29,9 +29,10 @@ std::array<double, bin_count> cumulative_counts(const distance_histogram& histog
     return counts;
 }
 
-// Replaces each distance of the strict lower triangle by its place in their distribution, in cells. Counts columns
-// from the diagonal down, and half a column between counting and mapping and behind them.
-value_range equalise(tavel::Matrix<double>& distance, double largest_distance, const progress_record& progress)
+// Replaces each distance d of the strict lower triangle by F(d), the number of cells that are at most as far apart.
+// Reports n - j cells for column j, once when it is counted and once when it is mapped, and n / 2 after each of the
+// two.
+value_range equalize(tavel::Matrix<double>& distance, double largest_distance, const progress_record& progress)
 {
     const int n = distance.columns;
     const progress_record cells = progress.counting(static_cast<double>(n) * n);
@@ -57,14 +58,14 @@ value_range equalise(tavel::Matrix<double>& distance, double largest_distance, c
     return {cumulative[0], mapping.largest()};
 }
 
-// Adds values to sums after scaling them to a lowest of 0.0.
+// sums += (values - lowest) * scale
 void add_normalized(const double* values, int count, double lowest, double scale, double* __restrict sums)
 {
     for (int r = 0; r < count; ++r)
         sums[r] += (values[r] - lowest) * scale;
 }
 
-// The same with the sums handed over: they replace the values and leave zeros behind.
+// values = sums + (values - lowest) * scale; sums = 0
 void take_normalized_sums(double* __restrict values, int count, double lowest, double scale, double* __restrict sums)
 {
     for (int r = 0; r < count; ++r) {
@@ -73,9 +74,9 @@ void take_normalized_sums(double* __restrict values, int count, double lowest, d
     }
 }
 
-// Adds the lower triangle, normalized to 0.0 to 1.0, to the running sum in the upper one. There column j of the lower
-// triangle has its sum at the top of column n - 1 - j, which is as long: one matrix serves both. The last stream
-// brings the sum back down.
+// Scales the values of the lower triangle to 0.0 to 1.0 and adds them to the sum over the streams, which lies in the
+// upper triangle of the same matrix: the sum of column j stands at the top of column n - 1 - j, which has as many cells
+// above the diagonal as column j has below it. With the last stream the sum moves to the lower triangle.
 void add_to_folded_sum(tavel::Matrix<double>& distance, const value_range& range, bool last_stream)
 {
     const int n = distance.columns;
@@ -107,16 +108,16 @@ void compute_frame_distances(const tavel::Vector<tavel::Matrix<double>>& streams
     int columns = 0;
     for (const tavel::Matrix<double>& stream : streams)
         columns += stream.columns;
-    const double unit = 1.0 / (streams.size * equalisation_cost + columns);
-    const double equalisation_share = unit * equalisation_cost;
+    const double unit = 1.0 / (streams.size * equalization_cost + columns);
+    const double equalization_share = unit * equalization_cost;
     double from = 0.0;
     distance.resize(n, n);
     for (int s = 0; s < streams.size; ++s) {
         const double distance_share = streams[s].columns * unit;
         const double largest_distance = measure_pairs(streams[s], distance, progress.piece(from, distance_share));
         from += distance_share;
-        const value_range range = equalise(distance, largest_distance, progress.piece(from, equalisation_share));
-        from += equalisation_share;
+        const value_range range = equalize(distance, largest_distance, progress.piece(from, equalization_share));
+        from += equalization_share;
         add_to_folded_sum(distance, range, s == streams.size - 1);
     }
 }

@@ -12,13 +12,12 @@ namespace veloria {
 
 namespace {
 
-// Rows are measured side by side: their coordinates stay in the first-level cache while one frame after the other
-// is held against them, and each frame's distances fill whole cache lines.
+// So many rows are measured at once: their coordinates stay in the first-level cache while one moment after the other
+// is compared with them, and the distances of each moment fill whole cache lines.
 constexpr int block_rows = 64;
 
-// Distances of the frame `pivot` to `count` consecutive rows. Each sum grows in the order of the columns, as a loop
-// over pairs would have it. largest_squares keeps a running largest for each place in the block: a NaN never
-// compares greater.
+// Distances of the moment `pivot` to `count` consecutive rows. Each sum grows in the order of the columns, as in a loop
+// over pairs. largest_squares has a running maximum for each place in the block, which a NaN never replaces.
 TAVEL_CLONES
 void measure_rows(const double* stream, std::ptrdiff_t leading, int columns, int pivot, int first_row, int count,
                   double* __restrict distances, double* __restrict largest_squares)

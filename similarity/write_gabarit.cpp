@@ -21,7 +21,7 @@ namespace {
 constexpr int gabarit_mode = 0;
 
 struct gabarit_size {
-    std::uint32_t frames;
+    std::uint32_t moments;
     std::int64_t fft_size;
 };
 
@@ -59,7 +59,7 @@ void init_matrix(Quillon::SDIFMatrix& matrix, const layout::matrix_layout& form,
     matrix.Init(form.signature, rows, static_cast<std::uint32_t>(form.columns.size()), form.type);
 }
 
-// The stream is the channel count and the map fills its first row alone, in turn: readers know the frame so.
+// Readers expect the number of channels as the stream, and each channel written over the first row of the map.
 void write_info_frame(Quillon::SDIFEntity& entity, const gabarit_size& size, double sample_rate, int channels)
 {
     const auto channel_count = static_cast<std::uint32_t>(channels);
@@ -73,7 +73,7 @@ void write_info_frame(Quillon::SDIFEntity& entity, const gabarit_size& size, dou
     info.Set(0, layout::samplerate, sample_rate);
     info.Set(0, layout::nchannels, channels);
     info.Set(0, layout::fftsize, size.fft_size);
-    info.Set(0, layout::numframes, size.frames);
+    info.Set(0, layout::numframes, size.moments);
 
     Quillon::SDIFMatrix& channel_map = frame.GetMatrix(1);
     init_matrix(channel_map, layout::channel_map, channel_count);
@@ -84,7 +84,7 @@ void write_info_frame(Quillon::SDIFEntity& entity, const gabarit_size& size, dou
     entity.WriteFrame(frame);
 }
 
-// One frame serves for all: its time and its column of bytes change.
+// The same frame is written again and again, with another time and another column of bytes.
 void write_data_frames(Quillon::SDIFEntity& entity, const gabarit_size& size,
                        const tavel::Matrix<unsigned char>& similarity, const tavel::Vector<double>& frame_times)
 {
@@ -97,7 +97,7 @@ void write_data_frames(Quillon::SDIFEntity& entity, const gabarit_size& size,
     info.Set(0, 0, size.fft_size);
     info.Set(0, 1, size.fft_size);
     Quillon::SDIFMatrix& column = frame.GetMatrix(1);
-    init_matrix(column, layout::data, size.frames);
+    init_matrix(column, layout::data, size.moments);
     for (int i = 0; i < frame_times.size; ++i) {
         frame.SetTime(frame_times[i]);
         column.FillColumn(0, similarity.column_data(i));

@@ -6,8 +6,8 @@
 
 namespace veloria {
 
-/// Writes a similarity picture as a gabarit: an SDIF file laid out like a spectrogram, a frame a moment, its n bytes
-/// in place of the bins of a spectrum.
+/// Writes a similarity picture as a gabarit: an SDIF file laid out like a spectrogram: a frame for each moment, with
+/// n bytes where a spectrum has its bins.
 /// @param similarity  n by n
 /// @param frame_times n, seconds, ascending
 /// @param command     the command line that repeats the analysis

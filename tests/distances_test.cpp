@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "similarity/frame_distances.h"
-#include "similarity/quantise.h"
+#include "similarity/quantize.h"
 #include "tests/support/noise.h"
 #include "tests/support/plain_distances.h"
 #include "tests/support/progress.h"
@@ -68,8 +68,8 @@ TEST(FrameDistances, GivesTheBitsAndTheReportsOfThePlainForm)
                 ASSERT_EQ(fast.positions, slow.positions);
 
                 tavel::Matrix<unsigned char> bytes, plain_bytes;
-                veloria::quantise_distances(distance, bytes, frames);
-                plain::quantise(plain_distance, plain_bytes);
+                veloria::quantize_distances(distance, bytes, frames);
+                plain::quantize(plain_distance, plain_bytes);
                 ASSERT_EQ(bits_of(bytes), bits_of(plain_bytes));
             }
 }
@@ -89,7 +89,7 @@ TEST(FrameDistances, PlacesPointsOnALineByTheirDistribution)
     EXPECT_NEAR(distance(2, 1), 2.0 / 3.0, std::numeric_limits<double>::epsilon());
 
     tavel::Matrix<unsigned char> bytes;
-    veloria::quantise_distances(distance, bytes, 3);
+    veloria::quantize_distances(distance, bytes, 3);
     EXPECT_EQ(std::vector<int>(bytes.data, bytes.data + 9), (std::vector<int>{255, 198, 0, 198, 255, 85, 0, 85, 255}));
 
     tavel::Matrix<double> pair;
@@ -107,7 +107,7 @@ TEST(FrameDistances, FillsThePieceWhereThereAreNoPairs)
         EXPECT_EQ(bits_of(distance), bits_of(tavel::Matrix<double>(size, size)));
         EXPECT_EQ(reports.positions, std::vector<double>{1.0 * 0.6 + 0.3});
         tavel::Matrix<unsigned char> bytes;
-        veloria::quantise_distances(distance, bytes, rows);
+        veloria::quantize_distances(distance, bytes, rows);
         EXPECT_EQ(bits_of(bytes), bits_of(tavel::Matrix<unsigned char>(rows, rows, 255)));
     }
 }
@@ -130,7 +130,7 @@ TEST(QuantiseDistances, RoundsHalvesUpAndGivesNothingToNaN)
         distance(1, 0) = 1.0;
         distance(2, 1) = value;
         tavel::Matrix<unsigned char> bytes;
-        veloria::quantise_distances(distance, bytes, 3);
+        veloria::quantize_distances(distance, bytes, 3);
         EXPECT_EQ(std::vector<int>(bytes.data + 3, bytes.data + 6), (std::vector<int>{0, 255, byte})) << value;
     }
 }

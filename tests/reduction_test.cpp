@@ -43,11 +43,12 @@ TEST(Reduction, OrdersComponentsAndFillsUpFew)
         SCOPED_TRACE(testing::PrintToString(sizes));
         matrix stream(8, static_cast<int>(sizes.size())), expected(8, static_cast<int>(components.size()));
         for (int c = 0; c < stream.columns; ++c)
-            stream(2 * c, c) = -(stream(2 * c + 1, c) = sizes.data()[c]);
+            stream(2 * c, c) = -(stream(2 * c + 1, c) = sizes[static_cast<std::size_t>(c)]);
         matrix scores = reduced(stream);
         ASSERT_EQ(scores.columns, expected.columns);
         for (int i = 0; i < 8 * scores.columns; ++i)
-            EXPECT_NEAR(std::fabs(scores.data[i]), std::fabs(stream(i % 8, components.data()[i / 8])), 1e-15);
+            EXPECT_NEAR(std::fabs(scores.data[i]),
+                        std::fabs(stream(i % 8, components[static_cast<std::size_t>(i / 8)])), 1e-15);
     }
 }
 

@@ -10,7 +10,7 @@
 #include "modeling/reduce_components.h"
 #include "modeling/time_grid.h"
 #include "similarity/frame_distances.h"
-#include "similarity/quantise.h"
+#include "similarity/quantize.h"
 #include "veloria/numeric_environment.h"
 #include "veloria/stage_pieces.h"
 
@@ -24,8 +24,8 @@ void analysis_driver(std::unique_ptr<corvane::AbstractReader> reader, const sett
 {
     const numeric_environment environment;
     const int sample_rate = reader->sample_rate();
-    const auto frames = static_cast<std::uint32_t>(reader->frames());
-    const stage_pieces pieces = divide_bar(sink, chosen, sample_rate, frames);
+    const auto samples = static_cast<std::uint32_t>(reader->frames());
+    const stage_pieces pieces = divide_bar(sink, chosen, sample_rate, samples);
 
     // What is large lives until the stage that reads it has ended.
     tavel::Matrix<double> distance;
@@ -39,7 +39,7 @@ void analysis_driver(std::unique_ptr<corvane::AbstractReader> reader, const sett
                 tavel::Vector<double> sound;
                 corvane::load_sound(*reader, analysis_rate, false, false, sound, pieces.load);
                 reader.reset();
-                grid = time_grid(static_cast<double>(frames) / sample_rate, chosen.step_seconds);
+                grid = time_grid(static_cast<double>(samples) / sample_rate, chosen.step_seconds);
                 extract_feature_streams(sound, analysis_rate, chosen.features, frame_slice, features, pieces.features);
             }
             standardize_columns(features);
@@ -49,7 +49,7 @@ void analysis_driver(std::unique_ptr<corvane::AbstractReader> reader, const sett
         reduce_components(scores, pieces.reduction);
         compute_frame_distances(scores, distance, pieces.distances);
     }
-    quantise_distances(distance, similarity, frame_times.size);
+    quantize_distances(distance, similarity, frame_times.size);
 }
 
 } // namespace veloria

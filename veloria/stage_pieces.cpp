@@ -51,12 +51,12 @@ double load_cost(int sample_rate)
 
 } // namespace
 
-stage_pieces divide_bar(const progress_sink& sink, const settings& chosen, int sample_rate, std::uint32_t frames)
+stage_pieces divide_bar(const progress_sink& sink, const settings& chosen, int sample_rate, std::uint32_t samples)
 {
     const selection_cost& selection = selection_costs[static_cast<std::size_t>(chosen.features)];
     const kind_cost& kind = kind_costs[static_cast<std::size_t>(chosen.modeling)];
     const double density = 0.5 / chosen.step_seconds;
-    const double minutes = frames / (sample_rate * 60.0);
+    const double minutes = samples / (sample_rate * 60.0);
     const int modeled_columns = kind.widening == 0 ? selection.mph_columns : kind.widening * selection.columns;
 
     const double load = load_cost(sample_rate);

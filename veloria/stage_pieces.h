@@ -15,7 +15,7 @@ struct stage_pieces {
 
 /// Divides the bar by what the stages are estimated to cost. The estimates steer the bar and nothing else.
 /// @param sample_rate  of the sound, Hz
-/// @param frames       its length at that rate
-stage_pieces divide_bar(const progress_sink& sink, const settings& chosen, int sample_rate, std::uint32_t frames);
+/// @param samples      its length in samples of one channel
+stage_pieces divide_bar(const progress_sink& sink, const settings& chosen, int sample_rate, std::uint32_t samples);
 
 } // namespace veloria

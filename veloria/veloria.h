@@ -30,7 +30,7 @@ namespace veloria {
 
 /// What is measured of each moment of the sound.
 enum features_type : int {
-    timbre = 0, ///< sound colour: mel cepstrum (13 values) and octave-band spectral contrast (12), 75 a second
+    timbre = 0, ///< sound color: mel cepstrum (13 values) and octave-band spectral contrast (12), 75 a second
     harmo = 1,  ///< harmony: pitch class profile (12 values), 37.5 a second
     mixed = 2   ///< both, 37.5 a second
 };

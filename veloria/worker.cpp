@@ -18,7 +18,7 @@ namespace veloria {
 
 namespace {
 
-void analyse_and_write(process_handle& job)
+void analyze_and_write(process_handle& job)
 {
     const int channels = job.reader->channels();
     const double sample_rate = job.reader->sample_rate();
@@ -49,7 +49,7 @@ void store_error_message(job_shared_state& shared, const char* text)
     }
 }
 
-// The worker's last act. Nobody is left to tell of a lock that fails.
+// The worker's last act. A lock that fails can't be reported to anybody.
 template <class OUTCOME>
 void finish(job_shared_state& shared, OUTCOME store_outcome)
 {
@@ -85,7 +85,7 @@ void* worker_main(void* handle)
     process_handle& job = *static_cast<process_handle*>(handle);
     job_shared_state& shared = *job.shared;
     try {
-        analyse_and_write(job);
+        analyze_and_write(job);
         finish(shared, [] {});
     } catch (const corvane::cancel_exception&) {
         finish(shared, [&] { store_cancel_message(shared); });

@@ -8,7 +8,7 @@ namespace veloria {
 /// @throws std::runtime_error "error locking mutex"
 bool job_report(void* shared, double position);
 
-/// What the thread of a job runs: analyses the sound, writes the file and turns every way of ending into the
+/// What the thread of a job runs: analyzes the sound, writes the file and turns every way of ending into the
 /// fields of the handle.
 /// @param handle the process_handle
 /// @return null

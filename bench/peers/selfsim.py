@@ -108,7 +108,7 @@ def reduce(stream, clock):
     return scores[:, :max(3, int((latent > 0.01 * latent[0]).sum()))]
 
 
-def equalised_distances(scores):
+def equalized_distances(scores):
     distance = pdist(scores)
     distance /= distance.max()
     n = len(scores)
@@ -126,7 +126,7 @@ def main():
     sound, duration = load(sys.argv[1])
     streams = [standardise(stream) for stream in (*timbre(sound), pitch_classes(sound))]
     modeled = [standardise(window_means(stream, duration)) for stream in streams]
-    total = sum(equalised_distances(reduce(stream, clock)) for stream in modeled)
+    total = sum(equalized_distances(reduce(stream, clock)) for stream in modeled)
     similarity = 1.0 - (total - total.min()) / (total.max() - total.min())
     picture = np.round(255.0 * squareform(similarity)).astype(np.uint8)
     np.fill_diagonal(picture, 255)

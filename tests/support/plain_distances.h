@@ -70,7 +70,7 @@ inline void normalize_lower_triangle(tavel::Matrix<double>& m, double low)
     for_each_pair(m.rows, [&](int i, int j) { m(i, j) = (m(i, j) - low) * scale; });
 }
 
-inline void equalise(tavel::Matrix<double>& distance, const progress_record& progress)
+inline void equalize(tavel::Matrix<double>& distance, const progress_record& progress)
 {
     const int n = distance.rows;
     const double largest = largest_below_diagonal(distance);
@@ -110,14 +110,14 @@ inline void compute_frame_distances(const tavel::Vector<tavel::Matrix<double>>& 
         plain::measure_pairs(stream, distance, progress.piece(from, stream.columns * unit));
         normalize_lower_triangle(distance, 0.0);
         from += stream.columns * unit;
-        equalise(distance, progress.piece(from, unit * 28.4));
+        equalize(distance, progress.piece(from, unit * 28.4));
         for_each_pair(n, [&](int i, int j) { distance(i - j - 1, n - 1 - j) += distance(i, j); });
         from += unit * 28.4;
     }
     for_each_pair(n, [&](int i, int j) { distance(i, j) = std::exchange(distance(i - j - 1, n - 1 - j), 0.0); });
 }
 
-inline void quantise(const tavel::Matrix<double>& distance, tavel::Matrix<unsigned char>& similarity)
+inline void quantize(const tavel::Matrix<double>& distance, tavel::Matrix<unsigned char>& similarity)
 {
     const int n = distance.rows;
     const std::span cells(distance.data, static_cast<std::size_t>(n) * static_cast<std::size_t>(n));

@@ -1,4 +1,4 @@
-#include "similarity/equalisation.h"
+#include "similarity/equalization.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,11 +10,11 @@ namespace {
 
 constexpr int last_bin = bin_count - 1;
 
-// A place estimated by one product errs by some 1e-16 of itself either way. Taken a little too low on purpose, it is
-// the right one or the one below, which one comparison with the exact border decides.
+// x / width, computed as one product, is wrong by some 1e-16 of itself in either direction. Estimated a little too low
+// on purpose, its whole part is right or one too low; one comparison with the exact border then decides.
 constexpr double underestimate = 1.0 - 1e-12;
 
-// The bin of each distance, bin_count for a NaN. No distance is above the last centre by more than rounding.
+// The bin of each distance; a NaN gets bin_count. No distance lies above the last center by more than rounding.
 void find_bins(const double* distances, int count, double scale, double width, std::int32_t* __restrict bins)
 {
     const double bins_per_unit = underestimate / width;
@@ -23,22 +23,22 @@ void find_bins(const double* distances, int count, double scale, double width, s
         const double estimate = x * bins_per_unit + 0.5;
         const double place = estimate > 0.0 ? estimate : 0.0;
         const int bin = static_cast<int>(place);
-        const double centre = bin * width;
-        const double border = centre + ((bin + 1) * width - centre) / 2.0;
+        const double center = bin * width;
+        const double border = center + ((bin + 1) * width - center) / 2.0;
         const int corrected = bin + (x > border ? 1 : 0);
         bins[i] = std::isnan(x) ? bin_count : corrected;
     }
 }
 
-// In place, from the values at the centres and one behind them that only has to be readable. Selects between results
-// instead of branching, so that the loop vectorises.
+// Linear interpolation between the values at the centers, in place. It computes all cases and selects one instead of
+// branching, so that the loop vectorizes; values[last_bin + 1] is read but never selected.
 void interpolate(double* __restrict distances, int count, double scale, double width, const double* __restrict values,
                  double* __restrict largest)
 {
     const double bins_per_unit = underestimate / width;
     const double first_value = values[0];
     const double last_value = values[last_bin];
-    const double last_centre = last_bin * width;
+    const double last_center = last_bin * width;
     for (int i = 0; i < count; ++i) {
         const double x = distances[i] * scale;
         const double estimate = x * bins_per_unit;
@@ -48,9 +48,9 @@ void interpolate(double* __restrict distances, int count, double scale, double w
         const double below = lower * width;
         const double above = (lower + 1) * width;
         const double inner = ((x - below) * values[lower + 1] + (above - x) * values[lower]) / (above - below);
-        // At 0 both are right where the width is 0: then all distances are in the first bin, and the values are equal.
+        // If the width is 0, all distances are in the first bin and all values are equal: either one is right.
         const double outer = x <= 0.0 ? first_value : last_value;
-        const bool inside = (x > 0.0) & (x < last_centre);
+        const bool inside = (x > 0.0) & (x < last_center);
         const double value = inside ? inner : outer;
         largest[i] = value > largest[i] ? value : largest[i];
         distances[i] = value;
@@ -61,8 +61,8 @@ void interpolate(double* __restrict distances, int count, double scale, double w
 
 distance_bins::distance_bins(double largest) : scale(1.0 / largest)
 {
-    // The largest scaled distance is the scaled largest. 0 and infinity give a NaN here: then all distances are 0.0 or
-    // NaN once scaled.
+    // Scaling keeps the largest distance the largest. For 0 and infinity `scaled` is NaN and the width 0: all scaled
+    // distances are then 0.0 or NaN.
     const double scaled = largest * scale;
     width = (scaled > 0.0 ? scaled : 0.0) / last_bin;
 }
@@ -88,8 +88,8 @@ std::array<double, bin_count> distance_histogram::counts() const
     return sums;
 }
 
-distance_mapping::distance_mapping(const distance_bins& centres, const std::array<double, bin_count>& centre_values)
-    : bins(centres)
+distance_mapping::distance_mapping(const distance_bins& centers, const std::array<double, bin_count>& centre_values)
+    : bins(centers)
 {
     std::copy(centre_values.begin(), centre_values.end(), values.begin());
     values.back() = values[last_bin];

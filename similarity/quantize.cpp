@@ -1,4 +1,4 @@
-#include "similarity/quantise.h"
+#include "similarity/quantize.h"
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ struct value_range {
     double smallest, largest;
 };
 
-// Over all cells: the zeros on and above the diagonal are where both extremes start. A NaN never compares.
+// Over all cells: those on and above the diagonal are 0, with which both extremes begin. A NaN replaces neither.
 value_range find_range(const tavel::Matrix<double>& distance)
 {
     value_range range{0.0, 0.0};
@@ -27,9 +27,9 @@ value_range find_range(const tavel::Matrix<double>& distance)
     return range;
 }
 
-// Levels lie between 0 and 255 but for two that become 0: a NaN, and minus infinity from a range so small that its
-// inverse is infinite.
-void quantise_column(const double* distances, int count, double smallest, double scale, unsigned char* __restrict bytes)
+// level = 255 (1 - (x - smallest) / range), rounded. It lies between 0 and 255, or is a NaN, or is minus infinity if
+// the range is so small that its inverse overflows; the last two give 0.
+void quantize_column(const double* distances, int count, double smallest, double scale, unsigned char* __restrict bytes)
 {
     for (int i = 0; i < count; ++i) {
         const double level = 255.0 * (1.0 - (distances[i] - smallest) * scale);
@@ -41,13 +41,13 @@ void quantise_column(const double* distances, int count, double smallest, double
 }
 
 // Rows first_row to end_row - 1 below the diagonal of columns first_column to end_column - 1, and their mirror image.
-void quantise_tile(const tavel::Matrix<double>& distance, const value_range& range, int first_column, int end_column,
+void quantize_tile(const tavel::Matrix<double>& distance, const value_range& range, int first_column, int end_column,
                    int first_row, int end_row, tavel::Matrix<unsigned char>& similarity)
 {
     const double scale = 1.0 / (range.largest - range.smallest);
     for (int j = first_column; j < end_column; ++j) {
         const int row = std::max(first_row, j + 1);
-        quantise_column(distance.column_data(j) + row, end_row - row, range.smallest, scale,
+        quantize_column(distance.column_data(j) + row, end_row - row, range.smallest, scale,
                         similarity.column_data(j) + row);
     }
     const unsigned char* const cells = similarity.data;
@@ -61,14 +61,14 @@ void quantise_tile(const tavel::Matrix<double>& distance, const value_range& ran
 
 } // namespace
 
-void quantise_distances(const tavel::Matrix<double>& distance, tavel::Matrix<unsigned char>& similarity, int n)
+void quantize_distances(const tavel::Matrix<double>& distance, tavel::Matrix<unsigned char>& similarity, int n)
 {
     similarity.resize(n, n);
     const value_range range = find_range(distance);
     const int measured = std::min(n, distance.rows);
     for (int column = 0; column < measured; column += tile)
         for (int row = column; row < measured; row += tile)
-            quantise_tile(distance, range, column, std::min(column + tile, measured), row,
+            quantize_tile(distance, range, column, std::min(column + tile, measured), row,
                           std::min(row + tile, measured), similarity);
     for (int i = 0; i < n; ++i)
         similarity(i, i) = 255;
