@@ -12,11 +12,11 @@ import sys
 
 import numpy as np
 
-import veloria_gabarit
+import veloria
 
 path = sys.argv[1] if len(sys.argv) == 2 and sys.argv[1].endswith(".sdif") else "demo.sdif"
-times, similarity, table = veloria_gabarit.read(path)
-n = len(times)
+gabarit = veloria.read(path)
+times, similarity, table, n = gabarit.times, gabarit.similarity, gabarit.table, gabarit.n
 
 SHORTEST = 6.0  # seconds; a shorter passage is not reported
 SMOOTHING = 4.0  # seconds along a stripe, so that single chords that happen to agree don't count
