@@ -17,8 +17,9 @@
 /// reasons also write a text.
 ///
 /// **Jobs** are numbers in the shape of a pointer, each used once: a job that is null, that was ended, or that was
-/// never given out is refused with VELORIA_INVALID_JOB and not followed. After a fork the child has none of its
-/// parent's jobs. Any thread may call any function on any job at any time.
+/// never given out is refused with VELORIA_INVALID_JOB and not followed. Any thread may call any function on any job at
+/// any time. After a fork the child has none of its parent's jobs, and may start its own only if none ran at that
+/// moment.
 ///
 /// **Texts** are UTF-8 and end with a zero. `text` gets as much as fits in `text_size` bytes, the empty text where
 /// nothing is wrong; null where nobody wants it.
