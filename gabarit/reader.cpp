@@ -56,13 +56,31 @@ void reader::read_until_info()
     throw FormatError(Quillon::opening_frame_bytes, "no gabarit: there is no information frame");
 }
 
+namespace {
+
+// Control characters, those of C1 among them, line and paragraph separators, and marks that turn the direction of what
+// follows: U+0000 to U+001F, U+007F to U+009F, U+061C, U+200E, U+200F, U+2028 to U+202E, U+2066 to U+2069.
+bool is_control(std::string_view character)
+{
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(character[i]); };
+    if (character.size() == 1)
+        return byte(0) < 0x20 || byte(0) == 0x7f;
+    if (character.size() == 2)
+        return (byte(0) == 0xc2 && byte(1) < 0xa0) || (byte(0) == 0xd8 && byte(1) == 0x9c);
+    if (character.size() != 3 || byte(0) != 0xe2)
+        return false;
+    return (byte(1) == 0x80 && (byte(2) == 0x8e || byte(2) == 0x8f || (byte(2) >= 0xa8 && byte(2) <= 0xae))) ||
+           (byte(1) == 0x81 && byte(2) >= 0xa6 && byte(2) <= 0xa9);
+}
+
+} // namespace
+
 std::string showable(std::string_view text)
 {
     std::string shown;
     while (!text.empty()) {
         const std::size_t bytes = Quillon::utf8_character_bytes(text);
-        const auto first = static_cast<unsigned char>(text.front());
-        if (bytes == 0 || first < 0x20 || first == 0x7f)
+        if (bytes == 0 || is_control(text.substr(0, bytes)))
             shown += '_';
         else
             shown += text.substr(0, bytes);

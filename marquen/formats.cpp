@@ -1,7 +1,6 @@
 #include "marquen/formats.h"
 
 #include <map>
-#include <vector>
 
 #include <sndfile.h>
 
@@ -43,14 +42,15 @@ std::string list_formats()
     return lines;
 }
 
-std::string list_versions()
+std::vector<std::pair<std::string, std::string>> versions()
 {
     int major = 0, minor = 0, patch = 0;
     ilaver_(&major, &minor, &patch);
-    char sndfile[64] = "";
-    sf_command(nullptr, SFC_GET_LIB_VERSION, sndfile, sizeof sndfile);
-    return std::string("marquen " MARQUEN_VERSION "\nengine ") + veloria::getVersion() + "\n" + sndfile + "\nLAPACK " +
-           std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch);
+    const std::string sndfile = sf_version_string(); // "libsndfile-1.2.0"
+    return {{"marquen", MARQUEN_VERSION},
+            {"engine", veloria::getVersion()},
+            {"libsndfile", sndfile.substr(sndfile.find('-') + 1)},
+            {"LAPACK", std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch)}};
 }
 
 } // namespace marquen

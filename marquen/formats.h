@@ -1,6 +1,8 @@
 #pragma once
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace marquen {
 
@@ -8,7 +10,7 @@ namespace marquen {
 /// Other endings open too: libsndfile goes by what a file holds.
 std::string list_formats();
 
-/// The versions of the package, the engine, libsndfile and LAPACK, a line each.
-std::string list_versions();
+/// Versions of what makes a gabarit: name and version of the package, the engine, libsndfile and LAPACK.
+std::vector<std::pair<std::string, std::string>> versions();
 
 } // namespace marquen

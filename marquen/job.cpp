@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <exception>
+#include <filesystem>
 #include <new>
 #include <stdexcept>
 
 #include "gabarit/draw_gabarit.h"
 #include "marquen/analysis.h"
+#include "marquen/digest.h"
 #include "marquen/failure.h"
 #include "marquen/interrupts.h"
 #include "marquen/messages.h"
@@ -19,6 +21,8 @@
 namespace marquen {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 plan::sound_shape look_at(const job& one)
 {
@@ -70,6 +74,19 @@ void check_length(const job& one, const plan::sound_shape& sound, summary& done)
                                            one));
 }
 
+// What the JSON says of a whole gabarit.
+void describe_files(const job& one, const options& chosen, summary& done)
+{
+    if (done.state != summary::finished || !fs::is_regular_file(one.similarity))
+        return;
+    done.file_bytes = static_cast<std::int64_t>(fs::file_size(one.similarity));
+    if (!chosen.json || chosen.without_digests)
+        return;
+    for (const std::string& path : one.input)
+        done.input_digests.push_back(sha256_of(path));
+    done.similarity_digest = sha256_of(one.similarity);
+}
+
 void run_stages(const job& one, const options& chosen, progress& shown, summary& done)
 {
     check_outputs(one, chosen.force || chosen.plan); // a plan replaces nothing
@@ -84,6 +101,7 @@ void run_stages(const job& one, const options& chosen, progress& shown, summary&
     }
     check_memory(*done.plan, chosen);
     done.state = analyse_and_draw(readable, chosen, shown);
+    describe_files(readable, chosen, done);
 }
 
 } // namespace

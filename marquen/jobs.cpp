@@ -56,6 +56,8 @@ std::vector<std::string> command_of(const job& one, const options& chosen, std::
         words.emplace_back("--force");
     if (chosen.plan)
         words.emplace_back("--plan");
+    if (!chosen.json)
+        words.emplace_back("--without_digests");
     return words;
 }
 

@@ -62,6 +62,14 @@ double as_recorded(double seconds)
     return std::strtod(text, nullptr);
 }
 
+std::string version_lines()
+{
+    std::string lines;
+    for (const auto& [name, version] : versions())
+        lines += (lines.empty() ? "" : "\n") + name + " " + version;
+    return lines;
+}
+
 // What the command line says, before it becomes jobs and enumeration values.
 struct words {
     std::vector<std::string> sounds; // each for itself
@@ -128,6 +136,7 @@ void add_conduct(CLI::App& app, options& chosen, words& given)
         ->type_name("SIZE");
     app.add_flag("--plan", chosen.plan, "Print n, memory and file size, start nothing");
     app.add_flag("--json", chosen.json, "Sum up the job on stdout, as one JSON object");
+    app.add_flag("--without_digests", chosen.without_digests, "")->group(""); // of one of several sounds
     app.add_flag("-q,--quiet", chosen.quiet, "Show no progress");
     app.add_option("--progress", given.progress,
                    "How to show progress on stderr: a bar, if that is a terminal; or lines of JSON")
@@ -234,7 +243,7 @@ std::optional<options> parse_options(int argc, const char* const* argv, int& sta
     CLI::App app("Shows the musical structure of a sound: writes its gabarit, a picture of how alike every moment "
                  "is to every other.",
                  "marquen");
-    app.set_version_flag("-V,--version", list_versions());
+    app.set_version_flag("-V,--version", version_lines());
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return "marquen: " + gabarit::showable(error.what()) + " (marquen --help prints the options)\n";
     });

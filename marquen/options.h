@@ -33,6 +33,7 @@ struct options {
     bool max_memory_given;   ///< or else what is free
     bool force;              ///< outputs may replace files
     bool plan, json, quiet;
+    bool without_digests; ///< in the JSON
     progress_form shown;
 };
 

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "gabarit/reader.h"
+#include "marquen/formats.h"
 #include "plan/free_memory.h"
 
 namespace marquen {
@@ -65,7 +66,12 @@ std::string to_json(const summary& done, const job& one, const options& chosen)
         {"memory_bytes", nullptr},
         {"memory_bytes_used", nullptr},
         {"file_bytes", nullptr},
+        {"input_sha256", done.input_digests},
+        {"similarity_sha256", text_or_null(done.similarity_digest)},
+        {"versions", json::object()},
     };
+    for (const auto& [name, version] : versions())
+        object["versions"][name] = version;
     if (done.plan) {
         object["n"] = done.plan->moments;
         object["seconds_of_sound"] = done.plan->sound_seconds;
@@ -78,6 +84,8 @@ std::string to_json(const summary& done, const job& one, const options& chosen)
     }
     if (done.state == summary::finished)
         object["memory_bytes_used"] = plan::peak_memory();
+    if (done.file_bytes >= 0)
+        object["file_bytes"] = done.file_bytes;
     return text_of(object);
 }
 

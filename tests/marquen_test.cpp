@@ -97,6 +97,11 @@ protected:
         return path;
     }
 
+    std::string sha256sum(const std::string& path) const
+    {
+        return started_program(folder, "/usr/bin/sha256sum", path).wait().output.substr(0, 64);
+    }
+
     test_folder folder;
     std::string gabarit = folder.path("out.sdif");
 };
@@ -142,7 +147,7 @@ TEST_F(Marquen, AnswersWrongUsageWithStatusTwo)
     }
     EXPECT_EQ(contents(wav), before);
     EXPECT_EQ(run("--help").status, 0);
-    EXPECT_THAT(run("-V").output, testing::MatchesRegex("marquen 1.8.2\nengine 1.8.2\nlibsndfile-1.*\nLAPACK 3.*\n"));
+    EXPECT_THAT(run("-V").output, testing::MatchesRegex("marquen 1.8.2\nengine 1.8.2\nlibsndfile 1.*\nLAPACK 3.*\n"));
     EXPECT_THAT(run("--formats").output, testing::AllOf(HasSubstr("\nflac\tFLAC"), HasSubstr("\nmp3\tMPEG")));
 }
 
@@ -163,6 +168,7 @@ TEST_F(Marquen, ReportsOnOneLineWhatFailed)
     const failure cases[] = {
         {"--input " + missing + to, "error opening file '" + missing + "'"},
         {"--input " + text + to, "error opening file '" + text + "'"},
+        {"--input a\xc2\x9b\xe2\x80\xae\x1bz" + to, "'a___z'"}, // what a terminal would obey
         {"--input " + endless + to, "the length of '" + endless + "' is unknown"},
         {"--plan --input " + vast, "the length of '" + vast + "' is unknown"},
         {"--input " + wav + " " + other_rate + to, "have different sampling rates 11025 and 8000"},
@@ -270,6 +276,7 @@ TEST_F(Marquen, PlansWhatTheJobThenTakes)
         for (std::size_t at = 0; (at = bytes.find("1GB0", at)) != std::string::npos; at += 4)
             ++signatures;
         EXPECT_EQ(plan["n"], (signatures - 3) / 2);
+        EXPECT_EQ(done["file_bytes"], bytes.size());
         EXPECT_NEAR(plan["file_bytes"].get<double>(), static_cast<double>(bytes.size()), 1024.0);
     }
 }
@@ -321,6 +328,9 @@ TEST_F(Marquen, SumsUpItsWork)
     EXPECT_EQ(done["seconds_of_sound"], 3.0);
     EXPECT_GT(done["seconds_of_work"], 0.0);
     EXPECT_EQ(done["error"], nullptr);
+    EXPECT_EQ(done["input_sha256"][0], sha256sum(left));
+    EXPECT_EQ(done["similarity_sha256"], sha256sum(gabarit));
+    EXPECT_EQ(done["versions"]["marquen"], "1.8.2");
     EXPECT_EQ(contents(picture).substr(1, 3), "PNG");
 }
 
