@@ -19,6 +19,8 @@ void add_picture(CLI::App& program, int& status);
 void add_export(CLI::App& program, int& status);
 void add_sections(CLI::App& program, int& status);
 void add_page(CLI::App& program, int& status);
+void add_diff(CLI::App& program, int& status);
+void add_repro(CLI::App& program, int& status);
 
 /// The gabarit that a subcommand reads.
 CLI::Option* add_file(CLI::App& command, std::string& path);

@@ -17,6 +17,8 @@ int main(int argc, char** argv)
     gabarit::add_export(program, status);
     gabarit::add_sections(program, status);
     gabarit::add_page(program, status);
+    gabarit::add_diff(program, status);
+    gabarit::add_repro(program, status);
     program.failure_message([](const CLI::App*, const CLI::Error& error) {
         return std::string("gabarit: ") + error.what() + " (gabarit --help shows the usage)\n";
     });

@@ -15,7 +15,7 @@ from pathlib import Path
 ROOT, MARQUEN, GABARIT = (Path(argument).resolve() for argument in sys.argv[1:4])
 PROGRAMS = {"marquen": MARQUEN, "gabarit": GABARIT}
 # Each option after what stands ahead of it on the command line.
-COMMANDS = [["marquen"], ["gabarit"]] + [["gabarit", name] for name in ("info", "verify", "picture", "export", "sections", "page")]
+COMMANDS = [["marquen"], ["gabarit"]] + [["gabarit", name] for name in ("info", "verify", "picture", "export", "sections", "page", "diff", "repro")]
 
 
 def run(command):
