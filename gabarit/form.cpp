@@ -37,12 +37,21 @@ whole_square read_square(reader& gabarit)
     return square;
 }
 
+// Whether two gabarits have the same moments, but for what the frames of their features differ.
+bool are_together(const std::vector<double>& one, const std::vector<double>& other)
+{
+    if (one.size() != other.size())
+        return false;
+    const double tolerance = one.size() < 2 ? 0.1 : (one[1] - one[0]) / 4.0;
+    return std::ranges::equal(one, other, [&](double a, double b) { return std::abs(a - b) < tolerance; });
+}
+
 whole_square read_other(const std::string& path, const std::vector<double>& times)
 {
     try {
         reader gabarit(path);
         whole_square square = read_square(gabarit);
-        if (square.times != times)
+        if (!are_together(square.times, times))
             throw std::runtime_error("has other moments");
         return square;
     } catch (const std::exception& error) {
@@ -99,6 +108,7 @@ json parameters_of(const form& found)
             {"shortest", p.shortest},
             {"longest", p.longest},
             {"cut_cost", p.cut_cost},
+            {"least_contrast", p.least_contrast},
             {"stripe_share", p.stripe_share},
             {"smoothing", p.smoothing},
             {"aside", p.aside},
@@ -107,6 +117,7 @@ json parameters_of(const form& found)
             {"shortest_stripe", p.shortest_stripe},
             {"reach", p.reach},
             {"stripe_pull", p.stripe_pull},
+            {"jump", p.jump},
             {"shortest_pass", p.shortest_pass},
             {"pass_likeness", p.pass_likeness},
             {"pass_contrast", p.pass_contrast},

@@ -94,32 +94,28 @@ double mean_within(const square& similarity, range section, int overlap)
     return static_cast<double>(sum_within(similarity, section, overlap)) / static_cast<double>(full_scale * pairs);
 }
 
-std::vector<range> join_blocks(const square& similarity, const std::vector<range>& sections,
+std::vector<range> join_blocks(const square& similarity, const std::vector<range>& sections, const parameters& chosen,
                                const moment_counts& counts)
 {
     struct block {
         range section;
-        std::int64_t sum;
-        double value() const
-        {
-            const std::int64_t pairs = pairs_apart(section.length(), overlap);
-            return pairs == 0 ? 0.0
-                              : static_cast<double>(section.length() * sum) / static_cast<double>(full_scale * pairs);
-        }
-        int overlap;
+        std::int64_t sum; // within it, of pairs of moments apart
+    };
+    const auto mean = [&](const block& each) {
+        const auto pairs = static_cast<double>(pairs_apart(each.section.length(), counts.overlap));
+        return static_cast<double>(each.sum) / (full_scale * std::max(1.0, pairs));
     };
     std::vector<block> blocks;
     for (const range& section : sections) {
-        block last{section, sum_within(similarity, section, counts.overlap), counts.overlap};
-        while (!blocks.empty() && last.section.end - blocks.back().section.begin > counts.longest) {
+        block last{section, sum_within(similarity, section, counts.overlap)};
+        while (!blocks.empty()) {
             const block& before = blocks.back();
-            const block both{{before.section.begin, last.section.end},
-                             before.sum + last.sum +
-                                 2 * sum_across(similarity, before.section, last.section, counts.overlap),
-                             counts.overlap};
-            if (before.value() + last.value() - both.value() >= counts.cut_cost)
+            const std::int64_t across = sum_across(similarity, before.section, last.section, counts.overlap);
+            const double pairs = static_cast<double>(before.section.length()) * last.section.length();
+            const double between = static_cast<double>(across) / (full_scale * pairs);
+            if ((mean(before) + mean(last)) / 2.0 - between >= chosen.least_contrast)
                 break;
-            last = both;
+            last = {{before.section.begin, last.section.end}, before.sum + last.sum + 2 * across};
             blocks.pop_back();
         }
         blocks.push_back(last);

@@ -20,8 +20,9 @@ std::vector<range> cut_blocks(const square& similarity, const common_stripes& st
 /// Mean likeness, 0 to 1, of the moments of a section to each other, those left out whose windows overlap.
 double mean_within(const square& similarity, range section, int overlap);
 
-/// Joins neighbours that are cut only because a section has a longest length: where a cut gains less than it costs.
-std::vector<range> join_blocks(const square& similarity, const std::vector<range>& sections,
+/// Joins neighbours that hardly differ: those of a sound in which nothing changes are cut only because a section has a
+/// longest length.
+std::vector<range> join_blocks(const square& similarity, const std::vector<range>& sections, const parameters& chosen,
                                const moment_counts& counts);
 
 } // namespace sections

@@ -57,17 +57,31 @@ void add_stripes(const square& similarity, const std::vector<range>& sections, c
             sums[k] += weight * heights[k] / passes[k];
 }
 
-// The cut of a stretch that has the most of what speaks for the first letter before it and for the second behind it,
-// between two moments by a parabola.
-double best_cut(const std::vector<double>& favor)
+// How alike the moments before a cut are to those behind it, their windows side by side.
+double mean_across(const square& similarity, int cut, int overlap)
 {
-    std::vector<double> before(favor.size() + 1, 0.0);
-    for (std::size_t k = 0; k < favor.size(); ++k)
-        before[k + 1] = before[k] + favor[k];
-    const auto best = static_cast<std::size_t>(std::ranges::max_element(before) - before.begin());
+    std::int64_t sum = 0, count = 0;
+    for (int i = std::max(0, cut - overlap); i < std::min(cut, similarity.size - overlap); ++i) {
+        sum += similarity.row(i)[i + overlap];
+        ++count;
+    }
+    return count == 0 ? 1.0 : static_cast<double>(sum) / static_cast<double>(full_scale * count);
+}
+
+// The cut of a stretch that has the most of what speaks for the first letter before it and for the second behind it,
+// and of the jump at it, an entry for each place; between two moments by a parabola.
+double best_cut(const std::vector<double>& favor, const std::vector<double>& jumps)
+{
+    std::vector<double> gain(jumps.size());
+    double before = 0.0;
+    for (std::size_t k = 0; k < gain.size(); ++k) {
+        gain[k] = before + jumps[k];
+        before += k < favor.size() ? favor[k] : 0.0;
+    }
+    const auto best = static_cast<std::size_t>(std::ranges::max_element(gain) - gain.begin());
     double cut = static_cast<double>(best);
     if (best > 0 && best < favor.size()) {
-        const double rise = favor[best - 1], fall = -favor[best]; // neither is below 0 at a maximum
+        const double rise = gain[best] - gain[best - 1], fall = gain[best] - gain[best + 1]; // neither is below 0
         if (rise + fall > 0.0)
             cut += 0.5 * (rise - fall) / (rise + fall);
     }
@@ -94,7 +108,10 @@ std::vector<double> place_cuts(const square& similarity, const std::vector<range
                             mean_to_letter(similarity, i, sections, letters, letters[s], counts.overlap + 1));
         add_stripes(similarity, sections, letters, s - 1, stretch, chosen.stripe_pull, favor);
         add_stripes(similarity, sections, letters, s, stretch, -chosen.stripe_pull, favor);
-        edges.push_back(stretch.begin + best_cut(favor));
+        std::vector<double> jumps;
+        for (int place = stretch.begin; place <= stretch.end; ++place)
+            jumps.push_back(chosen.jump * (1.0 - mean_across(similarity, place, counts.overlap)));
+        edges.push_back(stretch.begin + best_cut(favor, jumps));
     }
     if (!sections.empty())
         edges.push_back(similarity.size);

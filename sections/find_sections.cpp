@@ -48,7 +48,7 @@ std::string letter_name(int letter)
 std::vector<range> cut(const square& similarity, const parameters& chosen, const moment_counts& counts)
 {
     const common_stripes stripes(similarity.size, counts.longest, find_stripes(similarity, chosen, counts));
-    return join_blocks(similarity, cut_blocks(similarity, stripes, chosen, counts), counts);
+    return join_blocks(similarity, cut_blocks(similarity, stripes, chosen, counts), chosen, counts);
 }
 
 // Lengths of the other runs of a run's letter.
@@ -76,6 +76,7 @@ std::vector<section> find_sections(const square& similarity, const time_axis& ti
     const moment_counts counts = count_moments(chosen, step, times.window_seconds);
     std::vector<range> runs = cut(similarity, chosen, counts);
     std::vector<int> letters = name_sections(similarity, runs, counts);
+    join_rounds(letters);
     join_equal_neighbours(runs, letters);
     const std::vector<double> edges = place_cuts(similarity, runs, letters, chosen, counts);
 

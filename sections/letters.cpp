@@ -163,6 +163,16 @@ std::vector<int> name_sections(const square& similarity, const std::vector<range
     return letters;
 }
 
+void join_rounds(std::vector<int>& letters)
+{
+    constexpr std::size_t fewest_rounds = 6;
+    for (std::size_t round = 2; round * fewest_rounds <= letters.size(); ++round)
+        if (std::equal(letters.begin() + static_cast<std::ptrdiff_t>(round), letters.end(), letters.begin())) {
+            std::ranges::fill(letters, 0);
+            return;
+        }
+}
+
 void join_equal_neighbours(std::vector<range>& sections, std::vector<int>& letters)
 {
     std::size_t kept = 0;

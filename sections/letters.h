@@ -23,6 +23,10 @@ fit fit_sections(const square& similarity, range first, range second);
 std::vector<int> name_sections(const square& similarity, const std::vector<range>& sections,
                                const moment_counts& counts);
 
+/// A row of letters that goes round and round from the start to the end, six times at least, is one part: within a
+/// part that fills the whole sound, bars differ as much as parts do elsewhere.
+void join_rounds(std::vector<int>& letters);
+
 /// Neighbours of one letter become one.
 void join_equal_neighbours(std::vector<range>& sections, std::vector<int>& letters);
 

@@ -4,10 +4,11 @@ namespace sections {
 
 /// What the search goes by. Lengths are seconds; likenesses run from 0 to 1, the byte 255.
 struct parameters {
-    double shortest = 4.0;     ///< a section has at least this length
-    double longest = 60.0;     ///< and at most this, unless nothing tells it from its neighbour
-    double cut_cost = 1.5;     ///< what a further section must gain: seconds of full likeness
-    double stripe_share = 0.2; ///< weight of common stripes beside the bytes
+    double shortest = 4.0;        ///< a section has at least this length
+    double longest = 60.0;        ///< and at most this, unless nothing tells it from its neighbour
+    double cut_cost = 1.5;        ///< what a further section must gain: seconds of full likeness
+    double least_contrast = 0.05; ///< of two neighbours: how much more alike each is within than to the other
+    double stripe_share = 0.2;    ///< weight of common stripes beside the bytes
 
     double smoothing = 3.0;        ///< a stripe is smoothed over this length
     double aside = 1.5;            ///< and compared with what lies so far beside it
@@ -16,6 +17,7 @@ struct parameters {
     double shortest_stripe = 3.0;
 
     double reach = 3.0;       ///< how far a cut may move once the letters are known
+    double jump = 0.3;        ///< and how much a change between neighbours counts there
     double stripe_pull = 0.3; ///< weight of stripes in that, beside the likeness to each letter
 
     double shortest_pass = 12.0; ///< of a part that comes again at once and nowhere else

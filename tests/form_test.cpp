@@ -100,6 +100,9 @@ TEST(Form, GoesByTheMeanOfSeveralGabarits)
     EXPECT_EQ(letters_of(gabarit::read_form(folder.path("one.sdif"))), "A B");
     EXPECT_EQ(letters_of(gabarit::read_form(folder.path("one.sdif"), {folder.path("other.sdif")})), "A B C");
 
+    // Frames of other features lie a little beside.
+    write_square(folder.path("beside.sdif"), song("AC", {30, 60}), "1", 0.507);
+    EXPECT_EQ(letters_of(gabarit::read_form(folder.path("one.sdif"), {folder.path("beside.sdif")})), "A B C");
     write_square(folder.path("late.sdif"), song("AC", {30, 60}), "1", 0.75);
     write_square(folder.path("short.sdif"), song("AC", {30, 59}));
     for (const char* other : {"late.sdif", "short.sdif"}) {

@@ -50,7 +50,8 @@ TEST(Sections, FindTheFormOfASong)
         {"ABCDE", {20, 33, 27, 45, 16}, "ABCDE"},
         {"AAAAAAAA", {30, 30, 30, 30, 30, 30, 30, 30}, "AAAAAAAA"},
         {"ABACA", {9, 20, 9, 50, 9}, "ABACA"},
-        {"AAB", {12, 12, 40}, "AB"}, // a loop of 6 s, or a part twice: nothing tells
+        {"ABABABABABAB", std::vector<int>(12, 20), "AAAAAA"}, // six rounds of one part, not of two
+        {"AAB", {12, 12, 40}, "AB"},                          // a loop of 6 s, or a part twice: nothing tells
     };
     for (const form_case& c : cases) {
         SCOPED_TRACE(c.form);
