@@ -13,7 +13,7 @@ import zipfile
 import numpy
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../python"))
-import veloria_gabarit
+import veloria
 
 
 def add(archive, name, array):
@@ -26,9 +26,9 @@ def main(out, beginnings):
         rows = [row for row in csv.DictReader(file) if row["gabarit"] and row["id"].startswith(tuple(beginnings or [""]))]
     with zipfile.ZipFile(out, "w", zipfile.ZIP_DEFLATED) as archive:
         for row in rows:
-            times, similarity, _ = veloria_gabarit.read(row["gabarit"])
-            add(archive, row["id"], similarity)
-            add(archive, row["id"] + " times", times)
+            gabarit = veloria.read(row["gabarit"])
+            add(archive, row["id"], gabarit.similarity)
+            add(archive, row["id"] + " times", gabarit.times)
     print(f"{len(rows)} gabarits in {out}")
 
 
