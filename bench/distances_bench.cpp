@@ -12,8 +12,6 @@
 #include "similarity/frame_distances.h"
 #include "similarity/pair_distances.h"
 #include "similarity/quantize.h"
-#include "tavel/hist.h"
-#include "tavel/interp1q.h"
 #include "tavel/tavel_dense_vector.h"
 #include "tests/support/plain_distances.h"
 #include "tests/support/progress.h"
@@ -97,7 +95,7 @@ void histogram_plain(benchmark::State& state)
 {
     equalization_data data;
     for (auto _ : state)
-        tavel::hist(data.scaled, data.centers, data.plain_counts);
+        plain::hist(data.scaled, data.centers, data.plain_counts);
     state.SetItemsProcessed(state.iterations() * data.size());
 }
 
@@ -119,7 +117,7 @@ void mapping_plain(benchmark::State& state)
     const equalization_data data;
     tavel::Vector<double> mapped(data.size());
     for (auto _ : state)
-        tavel::interp1q(data.centers, data.plain_counts, data.scaled, mapped);
+        plain::interp1q(data.centers, data.plain_counts, data.scaled, mapped);
     state.SetItemsProcessed(state.iterations() * data.size());
 }
 

@@ -9,8 +9,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tavel/hist.h"
-#include "tavel/interp1q.h"
 #include "tavel/min_max_elem.h"
 #include "tavel/mldivide.h"
 #include "tavel/polyval.h"
@@ -30,7 +28,7 @@ TEST(Toolbox, RefusesWithItsWords)
 {
     const Vector<double> none, two{1.0, 2.0};
     const Matrix<double> square(2, 2), tall(3, 2), wide(3, 99);
-    Vector<double> same = two, out;
+    Vector<double> same = two;
     Vector<int> index;
     const struct {
         std::function<void()> call;
@@ -40,8 +38,6 @@ TEST(Toolbox, RefusesWithItsWords)
          "sort (const Tin& datain, Tout& dataout, Tind& outind...) called with inplace arguments\n"},
         {[&] { min_elem(none); }, "min/max_elem called for empty vector \n"},
         {[&] { max_elem(abs(none)); }, "min/max_elem called for empty expression \n"},
-        {[&] { interp1q(two, none, two, out); }, "interp1q: sizes of input containers x and y do not match!\n"},
-        {[&] { interp1q(none, none, two, out); }, "interp1q: nothing to interpolate, input containers x is empty!\n"},
         {[&] { polyval(none, two); }, "polyval:InvalidP -- P  must be a vector.\n"},
         {[&] { mldivide(square, square); }, "mldivide :: solution is badly conditioned \n"},
         {[&] { mldivide(square, tall); }, "mldivide :: argument error in mldivide info = -7\n"},
@@ -75,36 +71,6 @@ TEST(Sort, GivesPositionsAndKeepsTheOrderOfEquals)
     sort(data, sorted, index, "d");
     EXPECT_THAT(sorted, ElementsAre(3, 3, 2, 1));
     EXPECT_THAT(index, ElementsAre(0, 3, 1, 2));
-}
-
-TEST(Hist, PutsEdgesIntoTheLowerBinAndAccumulates)
-{
-    const Vector<double> data{-HUGE_VAL, 1, 1.5, std::nextafter(1.5, 2), 3, std::nextafter(3, 4), HUGE_VAL, nan};
-    Vector<double> none, counts(3), one(1), too_few(1);
-    hist(data, Vector<double>{1, 2, 4}, counts);
-    hist(data, Vector<double>{1, 2, 4}, counts);
-    EXPECT_THAT(counts, ElementsAre(6, 4, 4));
-    hist(data, none, none);
-    hist(data, Vector<double>{2}, one);
-    EXPECT_THAT(one, ElementsAre(7));
-    testing::internal::CaptureStderr();
-    hist(data, Vector<double>{1, 2, 4}, too_few);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "hist: center and output array must have the same number of elements\n");
-    EXPECT_THAT(too_few, ElementsAre(3));
-}
-
-TEST(Interp1q, ClampsOutsideAndIsLinearInside)
-{
-    const Vector<double> x{0, 1, 3, 4, 8}, y{5, 7, 1, 1, 9};
-    Vector<double> queries{-1, 0, 0.5, 1, 2.5, 3.9, 6, 8, 9, nan}, values(1, 0.0, true);
-    interp1q(x, y, queries, values);
-    EXPECT_THAT(values, ElementsAre(5, 5, 6, 7, 2.5, testing::DoubleEq(1), 5, 9, 9, 9));
-    EXPECT_FALSE(values.column);
-    interp1q(x, y, queries, queries);
-    EXPECT_THAT(queries, ElementsAreArray(values.begin(), values.end()));
-    interp1q(Vector<double>{2}, Vector<double>{4}, x, values);
-    EXPECT_THAT(values, ElementsAre(4, 4, 4, 4, 4));
 }
 
 TEST(Mldivide, SolvesSquareAndOtherSystems)

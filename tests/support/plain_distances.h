@@ -8,8 +8,6 @@
 #include <utility>
 
 #include "road/progress.h"
-#include "tavel/hist.h"
-#include "tavel/interp1q.h"
 #include "tavel/tavel_dense_vector.h"
 
 /// The distance stage and its bytes step by step: a pass per step, a bisection per cell. What the kernels are compared
@@ -70,6 +68,33 @@ inline void normalize_lower_triangle(tavel::Matrix<double>& m, double low)
     for_each_pair(m.rows, [&](int i, int j) { m(i, j) = (m(i, j) - low) * scale; });
 }
 
+// Adds the data to the bins with these centers: a value half way between two centers to the lower bin, a NaN to none.
+inline void hist(const tavel::Vector<double>& data, const tavel::Vector<double>& centers, tavel::Vector<double>& counts)
+{
+    tavel::Vector<double> edges(centers.size - 1);
+    for (int k = 0; k < edges.size; ++k)
+        edges[k] = centers[k] + (centers[k + 1] - centers[k]) / 2.0;
+    for (const double value : data)
+        if (value == value)
+            counts[static_cast<int>(std::lower_bound(edges.begin(), edges.end(), value) - edges.begin())] += 1.0;
+}
+
+// Linear interpolation of the points (x, y), x ascending; beyond the ends it keeps the end values.
+inline void interp1q(const tavel::Vector<double>& x, const tavel::Vector<double>& y, const tavel::Vector<double>& xi,
+                     tavel::Vector<double>& yi)
+{
+    for (int i = 0; i < xi.size; ++i) {
+        const double query = xi[i];
+        const int hi = static_cast<int>(std::upper_bound(x.begin(), x.end(), query) - x.begin()), lo = hi - 1;
+        if (!(query < x[x.size - 1]))
+            yi[i] = y[x.size - 1];
+        else if (!(query > x[0]))
+            yi[i] = y[0];
+        else
+            yi[i] = ((query - x[lo]) * y[hi] + (x[hi] - query) * y[lo]) / (x[hi] - x[lo]);
+    }
+}
+
 inline void equalize(tavel::Matrix<double>& distance, const progress_record& progress)
 {
     const int n = distance.rows;
@@ -80,7 +105,7 @@ inline void equalize(tavel::Matrix<double>& distance, const progress_record& pro
     const progress_record square = progress.counting(static_cast<double>(n) * n);
     double cells = 0.0;
     for_each_column(distance, [&](tavel::Vector<double>& column, int j) {
-        tavel::hist(column, centers, counts);
+        plain::hist(column, centers, counts);
         report_progress(square, cells += n - j);
     });
     counts[0] += static_cast<double>(std::int64_t{n - 1} * n / 2 + n);
@@ -88,7 +113,7 @@ inline void equalize(tavel::Matrix<double>& distance, const progress_record& pro
         counts[k] += counts[k - 1];
     report_progress(square, cells += n / 2);
     for_each_column(distance, [&](tavel::Vector<double>& column, int j) {
-        tavel::interp1q(centers, counts, column, column);
+        plain::interp1q(centers, counts, column, column);
         report_progress(square, cells += n - j);
     });
     normalize_lower_triangle(distance, counts[0]);
