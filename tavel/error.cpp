@@ -2,22 +2,22 @@
 
 namespace tavel {
 
-error::error(const std::string& text) : message_("tavel error: " + text) {}
+error::error(const std::string& text) : message("tavel error: " + text) {}
 
 error::error(const std::string& path, int line, const std::string& text)
-    : message_("tavel error: in file " + path + " " + std::to_string(line) + "\n" + text)
+    : message("tavel error: in file " + path + " " + std::to_string(line) + "\n" + text)
 {}
 
 error::~error() = default;
 
 const char* error::what() const noexcept
 {
-    return message_.c_str();
+    return message.c_str();
 }
 
 const char* error::detail() const noexcept
 {
-    return detail_.c_str();
+    return empty_detail.c_str();
 }
 
 } // namespace tavel

@@ -22,8 +22,8 @@ public:
     virtual const char* detail() const noexcept;
 
 private:
-    std::string message_;
-    std::string detail_;
+    std::string message;
+    std::string empty_detail;
 };
 
 } // namespace tavel

@@ -14,7 +14,7 @@ namespace tavel {
 /// Elements by columns, as LAPACK takes them. Copies share the elements, without copy on write; assignment copies them.
 template <class T>
 class Matrix {
-    StorageHandle<T> storage_;
+    StorageHandle<T> storage;
 
 public:
     T* data = nullptr; ///< element (0, 0); null when there are no elements
@@ -28,7 +28,7 @@ public:
     Matrix(int row_count, int column_count, const T& fill = T()) { allocate(row_count, column_count, fill); }
 
     Matrix(const Matrix& other) noexcept
-        : storage_(other.storage_), data(other.data), rows(other.rows), columns(other.columns),
+        : storage(other.storage), data(other.data), rows(other.rows), columns(other.columns),
           leading(other.leading == &other.rows ? &rows : other.leading), step(other.step)
     {}
 
@@ -77,30 +77,39 @@ public:
     /// @throws std::length_error, std::bad_alloc
     void resize(int row_count, int column_count, const T& fill);
 
-    VectorRange<T> operator()(range part, int c) { return {{column_data(c) + part.lo}, part.length(), true}; }
-    VectorRange<const T> operator()(range part, int c) const
-    {
-        return {{column_data(c) + part.lo}, part.length(), true};
-    }
+    VectorRange<T> operator()(range part, int c) { return part_of_column(column_data(c), part); }
+    VectorRange<const T> operator()(range part, int c) const { return part_of_column(column_data(c), part); }
     VectorRange<T> operator()(all_indices, int c) { return {{column_data(c)}, rows, true}; }
     VectorRange<const T> operator()(all_indices, int c) const { return {{column_data(c)}, rows, true}; }
-    VectorSlice<T> operator()(int r, all_indices) { return {{data + r, *leading}, columns, false}; }
-    VectorSlice<const T> operator()(int r, all_indices) const { return {{data + r, *leading}, columns, false}; }
+    VectorSlice<T> operator()(int r, all_indices) { return row_of<T>(data, r); }
+    VectorSlice<const T> operator()(int r, all_indices) const { return row_of<const T>(data, r); }
 
     leaf<contiguous_access<const T>> node() const { return {{data}, {rows, columns}, false}; }
 
 private:
     std::ptrdiff_t offset(int r, int c) const { return static_cast<std::ptrdiff_t>(c) * *leading + r; }
 
+    template <class ELEMENT>
+    static VectorRange<ELEMENT> part_of_column(ELEMENT* column, range part)
+    {
+        return {{start_of_part(column, part.lo, part.length())}, part.length(), true};
+    }
+
+    template <class ELEMENT>
+    VectorSlice<ELEMENT> row_of(ELEMENT* elements, int r) const
+    {
+        return {{start_of_part(elements, r, columns), *leading}, columns, false};
+    }
+
     void allocate(int row_count, int column_count, const T& fill)
     {
-        storage_.resize(element_count(row_count, column_count), fill);
+        storage.resize(element_count(row_count, column_count), fill);
         rows = row_count;
         columns = column_count;
         reload();
     }
 
-    void reload() { data = storage_.array().empty() ? nullptr : storage_.array().data(); }
+    void reload() { data = storage.array().empty() ? nullptr : storage.array().data(); }
 
     template <class NODE>
     void assign(const NODE& source)
@@ -124,7 +133,7 @@ void Matrix<T>::resize(int row_count, int column_count, const T& fill)
     const int kept_columns = std::min(columns, column_count);
     const auto at = [this](int c, int column_rows) { return data + static_cast<std::ptrdiff_t>(c) * column_rows; };
 
-    storage_.resize(std::max(old_size, new_size), value);
+    storage.resize(std::max(old_size, new_size), value);
     reload();
     // Forward where the columns shrink, backward where they grow, so that no move hits an element still to be moved.
     if (row_count < old_rows) {

@@ -54,7 +54,7 @@ public:
     {
         if (store == nullptr) {
             auto fresh = std::make_unique<growable_array>();
-            count = std::make_unique<int>(1).release();
+            count = new int(1);
             store = fresh.release();
         }
         return *store;

@@ -27,7 +27,7 @@ public:
     bool column = false;
 
 private:
-    StorageHandle<T> storage_;
+    StorageHandle<T> storage;
 
 public:
     Vector() = default;
@@ -80,7 +80,7 @@ public:
     /// @throws std::length_error, std::bad_alloc
     void resize(int n, const T& fill = T())
     {
-        storage_.resize(element_count(n, 1), fill);
+        storage.resize(element_count(n, 1), fill);
         reload();
     }
 
@@ -90,7 +90,7 @@ public:
     void resize(int rows, int columns) requires(!std::is_same_v<T, int>)
     {
         check_vector_shape(rows, columns);
-        storage_.resize(element_count(rows, columns), T());
+        storage.resize(element_count(rows, columns), T());
         reload();
         if (rows > 1)
             column = true;
@@ -101,22 +101,22 @@ public:
     /// Appends an element; the capacity doubles when it is used up.
     void push_back(const T& value)
     {
-        storage_.array().push_back(value);
+        storage.array().push_back(value);
         reload();
     }
 
     /// Room for n elements without a further allocation.
     void reserve(int n)
     {
-        storage_.array().reserve(element_count(n, 1));
+        storage.array().reserve(element_count(n, 1));
         reload();
     }
 
     VectorRange<T> operator()(all_indices) { return {{data}, size, column}; }
     VectorRange<const T> operator()(all_indices) const { return {{data}, size, column}; }
-    VectorRange<T> operator()(range part) { return {{data + part.lo}, part.length(), column}; }
-    VectorRange<const T> operator()(range part) const { return {{data + part.lo}, part.length(), column}; }
-    VectorSlice<T> operator()(const Slice<int>& part) { return slice_of(data, part); }
+    VectorRange<T> operator()(range part) { return range_of<T>(data, part); }
+    VectorRange<const T> operator()(range part) const { return range_of<const T>(data, part); }
+    VectorSlice<T> operator()(const Slice<int>& part) { return slice_of<T>(data, part); }
     VectorSlice<const T> operator()(const Slice<int>& part) const { return slice_of<const T>(data, part); }
     VectorIndex<T> operator()(const Vector<int>& index) { return {{data, index.data}, index.size, column}; }
     VectorIndex<const T> operator()(const Vector<int>& index) const { return {{data, index.data}, index.size, column}; }
@@ -126,8 +126,14 @@ public:
 private:
     void reload()
     {
-        size = static_cast<int>(storage_.array().size());
-        data = size == 0 ? nullptr : storage_.array().data();
+        size = static_cast<int>(storage.array().size());
+        data = size == 0 ? nullptr : storage.array().data();
+    }
+
+    template <class ELEMENT>
+    VectorRange<ELEMENT> range_of(ELEMENT* elements, range part) const
+    {
+        return {{start_of_part(elements, part.lo, part.length())}, part.length(), column};
     }
 
     template <class ELEMENT>
@@ -135,7 +141,7 @@ private:
     {
         if (part.whole)
             return {{elements, 1}, size, column};
-        return {{elements + part.start, part.step}, part.count, column};
+        return {{start_of_part(elements, part.start, part.count), part.step}, part.count, column};
     }
 
     template <class NODE>

@@ -6,6 +6,13 @@
 
 namespace tavel {
 
+/// Where a part of an array begins. An empty part may begin anywhere, also in an array without elements.
+template <class T>
+T* start_of_part(T* data, int offset, int length)
+{
+    return length == 0 ? data : data + offset;
+}
+
 /// A part of a vector or matrix, to read from and to assign to. A view owns nothing and must not outlive the array.
 /// Assigning to it stores elements and keeps its length.
 template <class T, class ACCESS>
@@ -14,7 +21,7 @@ public:
     int size;
     bool column;
 
-    View(ACCESS elements, int length, bool is_column) : size(length), column(is_column), access_(elements) {}
+    View(ACCESS elements, int length, bool is_column) : size(length), column(is_column), access(elements) {}
 
     View(const View&) = default;
 
@@ -36,13 +43,13 @@ public:
     View& operator=(const std::remove_const_t<T>& value)
     {
         for (int i = 0; i < size; ++i)
-            access_[i] = value;
+            access[i] = value;
         return *this;
     }
 
-    T& operator[](int i) const { return access_[i]; }
+    T& operator[](int i) const { return access[i]; }
 
-    leaf<ACCESS> node() const { return {access_, column ? shape{size, 1} : shape{1, size}, true}; }
+    leaf<ACCESS> node() const { return {access, column ? shape{size, 1} : shape{1, size}, true}; }
 
 private:
     static constexpr const char* message_prefix()
@@ -62,10 +69,10 @@ private:
         if (source.extent.size() != size)
             refuse_orientation(message_prefix());
         column = new_column;
-        evaluate<T>(access_, size, source);
+        evaluate<T>(access, size, source);
     }
 
-    ACCESS access_;
+    ACCESS access;
 };
 
 /// Consecutive elements.

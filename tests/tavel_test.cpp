@@ -92,7 +92,7 @@ TEST(Vector, TakesTheOrientationOfItsSourceOrShape)
         bool assigned[2], resized[2];
     } cases[] = {
         {0, 0, {true, true}, {false, true}},  {0, 4, {true, true}, {false, false}},
-        {3, 0, {true, true}, {true, true}},   {1, 0, {false, false}, {false, true}},
+        {3, 0, {true, true}, {true, true}},  {1, 0, {false, false}, {false, true}},
         {1, 1, {false, true}, {false, true}}, {1, 4, {false, false}, {false, false}},
         {2, 1, {true, true}, {true, true}},
     };
@@ -156,6 +156,10 @@ TEST(Views, ReadAndWriteTheirElementsOnly)
     matrix(1, all) = matrix(range{0, 2}, 1) + 1.0; // its last element reads the one just stored
     matrix(range{2, 2}, 2) = 9.0;
     EXPECT_THAT(elements_of(matrix), ElementsAre(1, 2, 3, 1, 12, 21, 2, 22, 9));
+    EXPECT_EQ(Vector<double>()(range{1, 0}).node().access.data, nullptr); // an offset to null would be undefined
+    EXPECT_EQ(Vector<double>()(Slice<int>(1, 0, 1)).node().access.data, nullptr);
+    EXPECT_EQ(Matrix<double>(3, 0)(1, all).node().access.data, nullptr);
+    EXPECT_EQ(Matrix<double>(0, 3)(range{1, 0}, 2).node().access.data, nullptr);
     vector(index) = 7.0;
     vector(Slice<int>(1, 5, 3)) = Vector<double>{8, 9};
     EXPECT_THAT(vector, ElementsAre(7, 8, 2, 7, 9, 7));
@@ -220,6 +224,12 @@ TEST(Means, RunAlongEitherDimension)
     EXPECT_THAT(mean(matrix, 2), ElementsAre(1.5, 11.5, 21.5));
     EXPECT_TRUE(!mean(matrix, 1).column && mean(matrix, 2).column && !mean(numbered(1, 4), 2).column);
     EXPECT_TRUE(std::isnan(mean(Matrix<double>(0, 1), 1)[0]));
+    Matrix<double> cancelling(3, 3); // 1 + 1e16 is 1e16: from the back, the sum would be 1
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            cancelling(i, j) = i + j == 0 ? 1.0 : i + j == 1 ? 1e16 : i + j == 2 ? -1e16 : 0.0;
+    EXPECT_EQ(mean(cancelling, 1)[0], 0.0);
+    EXPECT_EQ(mean(cancelling, 2)[0], 0.0);
     EXPECT_THAT(elements_of(select_columns(matrix, Vector<int>{3, 0})), ElementsAre(3, 13, 23, 0, 10, 20));
 }
 
