@@ -92,10 +92,8 @@ public:
         check_vector_shape(rows, columns);
         storage.resize(element_count(rows, columns), T());
         reload();
-        if (rows > 1)
-            column = true;
-        else if (columns > 1)
-            column = false;
+        if (size > 1)
+            column = rows > 1;
     }
 
     /// Appends an element; the capacity doubles when it is used up.

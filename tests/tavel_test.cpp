@@ -91,8 +91,8 @@ TEST(Vector, TakesTheOrientationOfItsSourceOrShape)
         int rows, columns;
         bool assigned[2], resized[2];
     } cases[] = {
-        {0, 0, {true, true}, {false, true}},  {0, 4, {true, true}, {false, false}},
-        {3, 0, {true, true}, {true, true}},  {1, 0, {false, false}, {false, true}},
+        {0, 0, {true, true}, {false, true}},  {0, 4, {true, true}, {false, true}},
+        {3, 0, {true, true}, {false, true}},  {1, 0, {false, false}, {false, true}},
         {1, 1, {false, true}, {false, true}}, {1, 4, {false, false}, {false, false}},
         {2, 1, {true, true}, {true, true}},
     };
