@@ -20,6 +20,7 @@ using samples = std::vector<double>;
 struct scripted_reader : corvane::AbstractReader {
     int rate_hz, channel_count;
     std::uint32_t announced, delivered;
+    int silent = 0; // frames at the start
     double peak = 1.0;
     int reads = 0, failing_read = 0;
 
@@ -36,8 +37,11 @@ struct scripted_reader : corvane::AbstractReader {
     {
         if (++reads == failing_read)
             throw std::bad_alloc();
-        for (int i = start * channel_count; i < (start + n) * channel_count; ++i)
-            *buffer++ = i / channel_count < static_cast<int>(delivered) ? peak * (i * 37 % 101) / 100.0 : 0.0;
+        for (int i = start * channel_count; i < (start + n) * channel_count; ++i) {
+            const int frame = i / channel_count;
+            const bool sounds = frame >= silent && frame < static_cast<int>(delivered);
+            *buffer++ = sounds ? peak * (i * 37 % 101) / 100.0 : 0.0;
+        }
         return std::clamp(static_cast<int>(delivered) - start, 0, n);
     }
 
@@ -78,7 +82,7 @@ void expect_load(scripted_reader& reader, const samples& expected, double bound 
 
 TEST(LoadSound, TakesTheMeanOfTheChannelsAtTheAnalysisRate)
 {
-    for (const int channels : {1, 2, 3})
+    for (const int channels : {1, 2, 3, 6})
         for (const std::uint32_t frames : {0u, 1u, 16384u, 16385u, 40000u})
             for (const std::uint32_t delivered : {0u, frames / 2, frames}) {
                 SCOPED_TRACE(testing::Message() << channels << " channels, " << delivered << " frames of " << frames);
@@ -151,6 +155,14 @@ TEST(LoadSound, AdjustsTheLevelIfAsked)
         report_log log;
         EXPECT_EQ(load(reader, log, clip, normalize), expected) << peak << clip << normalize;
     }
+
+    // The peak is that of all samples made, also of those behind a short sound, which are cut off.
+    scripted_reader brief(44100, 1, 4, 4), longer(44100, 1, 8, 4);
+    brief.silent = longer.silent = 3;
+    report_log log;
+    const samples plain = load(longer, log);
+    ASSERT_GT(plain[1], plain[0]);
+    EXPECT_THAT(load(brief, log, false, true), testing::ElementsAre(testing::DoubleEq(plain[0] / plain[1])));
 }
 
 TEST(LoadSoundDeathTest, EndsTheProcessWithoutMemory)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <numeric>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -11,6 +12,14 @@
 
 #include "tests/support/files.h"
 #include "tests/support/sound.h"
+
+// As libsndfile's, but for errors that no file can be made to have.
+static bool errors_reported = false;
+extern "C" int __real_sf_error(SNDFILE* file);
+extern "C" int __wrap_sf_error(SNDFILE* file)
+{
+    return errors_reported ? SF_ERR_SYSTEM : __real_sf_error(file);
+}
 
 namespace {
 
@@ -116,9 +125,12 @@ TEST_F(Reader, CountsTheFramesUpToTheEndAsFarAsItIsKnown)
     pipe << std::ifstream(path("b"), std::ios::binary).rdbuf() << std::flush;
     ASSERT_TRUE(open("pipe"));
     pipe.close();
-    for (const auto& [start, count] : {std::pair{0, 50}, {1000, 50}, {2990, 50}, {2500, 0}})
+    for (const auto& [start, count] : {std::pair{0, 50}, {1000, 50}, {2990, 50}, {2500, 0}, {7990, 0}})
         EXPECT_EQ(read_and_compare(reader, decode("b"), start, 50), count) << start;
     EXPECT_EQ(read_and_compare(reader, {}, 1600, 50), 0);
+    errors_reported = true;
+    expect_failure<std::runtime_error>([&] { reader.read(room.data(), 20000, 1); }, "readsnd::FileObj::seek error \n");
+    errors_reported = false;
 }
 
 TEST_F(Reader, OpensNothingButSounds)
@@ -153,14 +165,21 @@ std::unique_ptr<corvane::AbstractReader> open_all(const std::vector<std::string>
 
 TEST_F(Reader, TakesTheMeanOfAllChannelsOfSeveralFiles)
 {
-    write_sound(path("mono"), 44100, 1, 2000);
-    write_sound(path("stereo"), 44100, 2, 2000);
-    std::vector<double> mean = decode("mono");
-    const std::vector<double> pairs = decode("stereo");
-    for (std::size_t i = 0; i < mean.size(); ++i)
-        mean[i] = (mean[i] + (pairs[2 * i] + pairs[2 * i + 1])) * (1.0 / 3.0);
-    for (const bool mono_first : {false, true}) {
-        const auto split = open_all({path(mono_first ? "mono" : "stereo"), path(mono_first ? "stereo" : "mono")});
+    const auto sums_of = [this](int channels) {
+        std::vector<double> sums, samples = decode(std::to_string(channels));
+        for (auto frame = samples.begin(); frame != samples.end(); frame += channels)
+            sums.push_back(std::accumulate(frame, frame + channels, 0.0));
+        return sums;
+    };
+    for (const int channels : {1, 2, 3})
+        write_sound(path(std::to_string(channels)), 44100, channels, 2000);
+    for (const auto& [first, second] : {std::pair{1, 2}, {2, 1}, {1, 3}, {2, 3}, {3, 1}}) {
+        SCOPED_TRACE(testing::Message() << first << " channels and " << second);
+        std::vector<double> mean = sums_of(first);
+        const std::vector<double> others = sums_of(second);
+        for (std::size_t i = 0; i < mean.size(); ++i)
+            mean[i] = (mean[i] + others[i]) * (1.0 / (first + second));
+        const auto split = open_all({path(std::to_string(first)), path(std::to_string(second))});
         EXPECT_EQ(read_and_compare(*split, mean, -5, 20), 20);
         EXPECT_EQ(read_and_compare(*split, mean, 1990, 20), 10);
         expect_failure<std::logic_error>([&] { split->open("", 0, -1); }, "internal error: unexpected open");
