@@ -11,43 +11,54 @@ namespace {
 constexpr int last_bin = bin_count - 1;
 
 // x / width, computed as one product, is wrong by some 1e-16 of itself in either direction. Estimated a little too low
-// on purpose, its whole part is right or one too low; one comparison with the exact border then decides.
+// on purpose, it leads to the right place or the one below; one comparison with the exact border then decides.
 constexpr double underestimate = 1.0 - 1e-12;
 
-// The bin of each distance; a NaN gets bin_count. No distance lies above the last center by more than rounding.
-void find_bins(const double* distances, int count, double scale, double width, std::int32_t* __restrict bins)
+// Whole numbers stay doubles, of which two lie side by side in a register. Adding 2^52 leaves no room for a fraction.
+double nearest(double x)
 {
-    const double bins_per_unit = underestimate / width;
-    for (int i = 0; i < count; ++i) {
-        const double x = distances[i] * scale;
-        const double estimate = x * bins_per_unit + 0.5;
-        const double place = estimate > 0.0 ? estimate : 0.0;
-        const int bin = static_cast<int>(place);
-        const double center = bin * width;
-        const double border = center + ((bin + 1) * width - center) / 2.0;
-        const int corrected = bin + (x > border ? 1 : 0);
-        bins[i] = std::isnan(x) ? bin_count : corrected;
-    }
+    constexpr double no_fraction = 0x1p52;
+    return (x + no_fraction) - no_fraction;
 }
 
-// Linear interpolation between the values at the centers, in place. It computes all cases and selects one instead of
-// branching, so that the loop vectorizes; values[last_bin + 1] is read but never selected.
-void interpolate(double* __restrict distances, int count, double scale, double width, const double* __restrict values,
-                 double* __restrict largest)
+// The bin of each distance; a NaN gets bin_count. No distance lies above the last center by more than rounding.
+void find_bins(const double* distances, int count, double scale, double width, double* __restrict bins)
 {
     const double bins_per_unit = underestimate / width;
-    const double first_value = values[0];
-    const double last_value = values[last_bin];
-    const double last_center = last_bin * width;
     for (int i = 0; i < count; ++i) {
         const double x = distances[i] * scale;
         const double estimate = x * bins_per_unit;
-        const double place = estimate > 0.0 ? estimate : 0.0;
-        const int low = static_cast<int>(place);
-        const int lower = low + (x >= (low + 1) * width ? 1 : 0);
-        const double below = lower * width;
-        const double above = (lower + 1) * width;
-        const double inner = ((x - below) * values[lower + 1] + (above - x) * values[lower]) / (above - below);
+        const double bin = nearest(estimate > 0.0 ? estimate : 0.0);
+        const double center = bin * width;
+        const double border = center + ((bin + 1.0) * width - center) / 2.0;
+        const double corrected = bin + (x > border ? 1.0 : 0.0);
+        bins[i] = x == x ? corrected : bin_count;
+    }
+}
+
+// The last center that isn't above each distance, from 0 on.
+void find_lower_centers(const double* distances, int count, double scale, double width, double* __restrict lower)
+{
+    const double bins_per_unit = underestimate / width;
+    for (int i = 0; i < count; ++i) {
+        const double x = distances[i] * scale;
+        const double estimate = x * bins_per_unit;
+        const double low = nearest(estimate > 0.5 ? estimate - 0.5 : 0.0);
+        lower[i] = low + (x >= (low + 1.0) * width ? 1.0 : 0.0);
+    }
+}
+// Linear interpolation between the values at the center below each distance and at the one above, in place. It computes
+// all cases and selects one instead of branching, so that the loop vectorizes.
+void interpolate(double* __restrict distances, int count, double scale, double width, const double* __restrict lower,
+                 const double* __restrict values_below, const double* __restrict values_above, double first_value,
+                 double last_value, double* __restrict largest)
+{
+    const double last_center = last_bin * width;
+    for (int i = 0; i < count; ++i) {
+        const double x = distances[i] * scale;
+        const double below = lower[i] * width;
+        const double above = (lower[i] + 1.0) * width;
+        const double inner = ((x - below) * values_above[i] + (above - x) * values_below[i]) / (above - below);
         // If the width is 0, all distances are in the first bin and all values are equal: either one is right.
         const double outer = x <= 0.0 ? first_value : last_value;
         const bool inside = (x > 0.0) & (x < last_center);
@@ -70,12 +81,12 @@ distance_bins::distance_bins(double largest) : scale(1.0 / largest)
 void distance_histogram::add(const double* distances, int count, const distance_bins& bins)
 {
     constexpr int block = 256;
-    std::int32_t found[block];
+    double found[block];
     for (int start = 0; start < count; start += block) {
         const int size = std::min(block, count - start);
         find_bins(distances + start, size, bins.scale, bins.width, found);
         for (int i = 0; i < size; ++i)
-            ++counters[i % turns][found[i]];
+            ++counters[i % turns][static_cast<int>(found[i])];
     }
 }
 
@@ -97,9 +108,18 @@ distance_mapping::distance_mapping(const distance_bins& centers, const std::arra
 
 void distance_mapping::map(double* distances, int count)
 {
-    for (int start = 0; start < count; start += block)
-        interpolate(distances + start, std::min(block, count - start), bins.scale, bins.width, values.data(),
-                    largest_values.data());
+    double lower[block], values_below[block], values_above[block];
+    for (int start = 0; start < count; start += block) {
+        const int size = std::min(block, count - start);
+        find_lower_centers(distances + start, size, bins.scale, bins.width, lower);
+        for (int i = 0; i < size; ++i) {
+            const double* const value = values.data() + static_cast<int>(lower[i]);
+            values_below[i] = value[0];
+            values_above[i] = value[1];
+        }
+        interpolate(distances + start, size, bins.scale, bins.width, lower, values_below, values_above, values.front(),
+                    values[last_bin], largest_values.data());
+    }
 }
 
 double distance_mapping::largest() const

@@ -1,6 +1,7 @@
 #include "similarity/quantize.h"
 
 #include <algorithm>
+#include <array>
 
 namespace veloria {
 
@@ -13,30 +14,36 @@ struct value_range {
     double smallest, largest;
 };
 
-// Over all cells: those on and above the diagonal are 0, with which both extremes begin. A NaN replaces neither.
+// Keeps running extremes for each place in a block. A NaN replaces neither.
+void widen(const double* values, int count, double* __restrict smallest, double* __restrict largest)
+{
+    for (int i = 0; i < count; ++i) {
+        smallest[i] = values[i] < smallest[i] ? values[i] : smallest[i];
+        largest[i] = values[i] > largest[i] ? values[i] : largest[i];
+    }
+}
+
+// Over all cells: those on and above the diagonal are 0, with which both extremes begin.
 value_range find_range(const tavel::Matrix<double>& distance)
 {
-    value_range range{0.0, 0.0};
-    for (int j = 0; j < distance.columns; ++j) {
-        const double* const column = distance.column_data(j);
-        for (int i = j + 1; i < distance.rows; ++i) {
-            range.smallest = column[i] < range.smallest ? column[i] : range.smallest;
-            range.largest = column[i] > range.largest ? column[i] : range.largest;
-        }
-    }
-    return range;
+    std::array<double, tile> smallest{}, largest{};
+    for (int j = 0; j < distance.columns; ++j)
+        for (int i = j + 1; i < distance.rows; i += tile)
+            widen(distance.column_data(j) + i, std::min(tile, distance.rows - i), smallest.data(), largest.data());
+    return {*std::min_element(smallest.begin(), smallest.end()), *std::max_element(largest.begin(), largest.end())};
 }
 
 // level = 255 (1 - (x - smallest) / range), rounded. It lies between 0 and 255, or is a NaN, or is minus infinity if
 // the range is so small that its inverse overflows; the last two give 0.
 void quantize_column(const double* distances, int count, double smallest, double scale, unsigned char* __restrict bytes)
 {
+    constexpr double no_fraction = 0x1p52;
     for (int i = 0; i < count; ++i) {
         const double level = 255.0 * (1.0 - (distances[i] - smallest) * scale);
         const double held = level > 0.0 ? level : 0.0;
-        const int whole = static_cast<int>(held);
-        const int rounded = whole + (held - whole >= 0.5 ? 1 : 0); // halves go up
-        bytes[i] = static_cast<unsigned char>(rounded);
+        const double even = (held + no_fraction) - no_fraction;         // rounded, halves to the even neighbor
+        const double rounded = even + (held - even >= 0.5 ? 1.0 : 0.0); // halves go up
+        bytes[i] = static_cast<unsigned char>(static_cast<int>(rounded));
     }
 }
 
