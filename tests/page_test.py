@@ -351,6 +351,47 @@ class PageTest(unittest.TestCase):
         self.assertFalse(self.find("#play").is_displayed())
         self.assertEqual(self.browser.get_log("browser"), [])
 
+    def test_finds_what_lies_beside_a_long_page(self):
+        fine, page = self.folder / "fine.sdif", self.folder / "fine #1.html"
+        must("marquen", "--quiet", "--input", self.folder / "song.wav", "--similarity", fine,
+             "--window_grid_hop", "0.018")
+        levels, times = bytes_of(fine)
+        must("gabarit", "page", fine, page)
+        self.open(page)
+        n = len(times)
+        self.assertEqual(self.js("window.gabarit.n"), n)
+        self.assertIsNone(self.js("window.gabarit.level(3, 2000)"))
+        self.point(0.3, 0.8)
+        for keys in ("", "+" * 9, "v"):
+            self.key(*keys)
+            for across, up in ((0.3, 0.2), (0.2, 0.45)):
+                self.point(across, up)
+                self.wait(lambda: "…" not in self.find("#readout").text)
+                x, y, level = (self.find("#readout").get_attribute(f"data-{name}") for name in ("x", "y", "level"))
+                i, j = times.index(float(x)), times.index(float(y))
+                self.assertEqual(int(level), levels[i][j])
+                self.assertEqual(self.js(f"window.gabarit.level({i}, {j})"), levels[i][j])
+        long, page = self.folder / "long.wav", self.folder / "long.html"
+        write_tones(long, 1210)
+        must("marquen", "--quiet", "--input", long, "--similarity", self.folder / "long.sdif",
+             "--window_grid_hop", "400")
+        must("gabarit", "page", self.folder / "long.sdif", page)
+        self.assertLess(page.stat().st_size, 200000)
+        self.open(page)
+        self.point(0.7, 0.3, click=True)
+        self.wait(lambda: self.sounding("left"))
+        self.wait(lambda: self.sounding("right") and not self.sounding("left"))
+        self.assertAlmostEqual(self.seconds_of("right"), 400, delta=1)
+        before = {path: path.read_bytes() for path in self.folder.glob("long*_files/*")}
+        self.assertEqual([path.name for path in before], ["sound.opus"])
+        (self.folder / "long_files" / "mine").write_text("kept")
+        for options in ([], ["--force"]):
+            self.assertEqual(run("gabarit", "page", self.folder / "long.sdif", page, *options).returncode, 1)
+        (self.folder / "long_files" / "mine").unlink()
+        must("gabarit", "page", self.folder / "long.sdif", page, "--force", "--quality", "16")
+        self.assertLess((self.folder / "long_files" / "sound.opus").stat().st_size, len(*before.values()))
+        self.assertEqual([path.name for path in self.folder.glob("long_files*")], ["long_files"])
+
     def test_shows_hostile_texts_as_texts(self):
         title = '</script><script>alert(1)</script><!--{{script}}"\''
         page = self.folder / "hostile.html"

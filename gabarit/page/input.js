@@ -196,14 +196,17 @@ async function start() {
         notice.textContent = "The sound is shorter than a step: there are no moments to compare.";
     }
     waveform.setAttribute("aria-valuemax", Math.floor(facts.sound?.seconds ?? 0));
-    openRecording(document.getElementById("recording").textContent.trim());
-    if (facts.sound?.file && !canPan)
+    const recording = document.getElementById("recording");
+    openRecording(recording.textContent.trim());
+    recording.remove();
+    if (!canPan)
         loop.value = "turns";
     fillParts();
 
     const lines = document.getElementById("cells").textContent.trim().split("\n");
     for (const gabarit of gabarits)
         await gabarit.open(lines);
+    document.getElementById("cells").remove();
     new ResizeObserver(requestPaint).observe(square);
     paint();
 

@@ -12,11 +12,11 @@ const playing = {what: "nothing", x: 0, y: 0, until: Infinity, mode: "together"}
 function openRecording(base64) {
     if (!facts.sound)
         return;
-    const beside = facts.sound.file;
+    const {beside} = facts.sound;
     const carried = () => URL.createObjectURL(new Blob([bytesOf(base64)], {type: "audio/ogg"}));
-    const source = beside ? encodeURIComponent(beside) : carried();
+    const source = beside ? besidePage("sound.opus") : carried();
     for (const element of [left, right, sound])
-        element.src = source;
+        Object.assign(element, {preload: beside ? "metadata" : "auto", src: source});
     canPan = !(beside && location.protocol === "file:");
 }
 

@@ -21,6 +21,7 @@
 #include "gabarit/page/page_template.h"
 #include "gabarit/page/recording.h"
 #include "gabarit/page/square_tiles.h"
+#include "gabarit/page/whole_folder.h"
 #include "gabarit/reader.h"
 #include "picture/color_table.h"
 #include "picture/whole_file.h"
@@ -30,6 +31,10 @@ namespace fs = std::filesystem;
 namespace gabarit {
 
 namespace {
+
+// A page carries squares of up to so many cells a side, and sounds of up to so many seconds; more lies beside it.
+constexpr int most_cells_inside = 2400, most_cells_of_overview = 1800;
+constexpr double most_seconds_inside = 1200.0;
 
 // A gabarit, whole.
 struct loaded_gabarit {
@@ -168,6 +173,19 @@ std::string tile_lines(const byte_square& square)
     return lines;
 }
 
+// What lies in the folder beside the page instead of in it.
+struct beside_page {
+    bool square, sound;
+
+    bool anything() const { return square || sound; }
+};
+
+beside_page choose_beside(const loaded_gabarit& loaded, bool with_sound)
+{
+    const double seconds = loaded.times.empty() ? 0.0 : loaded.times.back() + step_of(loaded);
+    return {loaded.square.side > most_cells_inside, with_sound && seconds > most_seconds_inside};
+}
+
 std::string hash_source(std::string_view hexadecimal)
 {
     std::string bytes;
@@ -177,9 +195,9 @@ std::string hash_source(std::string_view hexadecimal)
 }
 
 // What the page may load: its own style and script, the sound that it carries, and of a long one the files beside it.
-std::string policy(bool beside)
+std::string policy(const beside_page& beside)
 {
-    const std::string files = beside ? " 'self' file:" : "";
+    const std::string files = beside.anything() ? " 'self' file:" : "";
     return "default-src 'none'; base-uri 'none'; form-action 'none'; img-src data:; style-src " +
            hash_source(page_template::style_sha256) + "; script-src " + hash_source(page_template::script_sha256) +
            files + "; media-src blob:" + files;
@@ -214,13 +232,19 @@ std::vector<loaded_gabarit> load_all(const std::string& path, const std::string&
 }
 
 // What the page's scripts know of the gabarits and of the sound.
-nlohmann::ordered_json facts_of(const std::vector<loaded_gabarit>& gabarits, const page_options& options)
+nlohmann::ordered_json facts_of(const std::vector<loaded_gabarit>& gabarits, const page_options& options,
+                                const beside_page& beside)
 {
     nlohmann::ordered_json facts;
     facts["times"] = gabarits.front().times;
     facts["step"] = step_of(gabarits.front());
     facts["tile"] = tile_side;
+    const int side = gabarits.front().square.side;
     facts["overview"] = nullptr;
+    if (beside.square) {
+        const int factor = (side + most_cells_of_overview - 1) / most_cells_of_overview;
+        facts["overview"] = {{"factor", factor}, {"size", (side + factor - 1) / factor}};
+    }
     facts["names"] = nlohmann::json::array();
     for (const loaded_gabarit& loaded : gabarits)
         facts["names"].push_back(loaded.made_with.features.empty() ? "gabarit" : loaded.made_with.features);
@@ -231,10 +255,48 @@ nlohmann::ordered_json facts_of(const std::vector<loaded_gabarit>& gabarits, con
     return facts;
 }
 
-nlohmann::json facts_of(const recording& sound)
+nlohmann::json facts_of(const recording& sound, const beside_page& beside)
 {
     const std::string_view peaks(reinterpret_cast<const char*>(sound.peaks.data()), sound.peaks.size());
-    return {{"seconds", sound.seconds}, {"peaks", base64(peaks)}, {"file", nullptr}};
+    return {{"seconds", sound.seconds}, {"peaks", base64(peaks)}, {"beside", beside.sound}};
+}
+
+recording record(const loaded_gabarit& loaded, const std::string& sdif_path, const page_options& options,
+                 const std::function<void(double)>& progress)
+{
+    const std::string path = find_sound(loaded, sdif_path, options.sound);
+    check_length(loaded, announced_seconds(path), path);
+    recording sound = encode_recording(path, options.kilobits_per_second, progress);
+    check_length(loaded, sound.seconds, path);
+    return sound;
+}
+
+// The squares of the page, or their overviews.
+std::string cells_of(const std::vector<loaded_gabarit>& gabarits, const nlohmann::ordered_json& overview)
+{
+    std::string cells;
+    for (const loaded_gabarit& loaded : gabarits)
+        cells += tile_lines(overview.is_null() ? loaded.square : pooled(loaded.square, overview.at("factor")));
+    return cells;
+}
+
+// The folder beside a page: song_files beside song.html.
+std::string folder_beside(const std::string& page_path)
+{
+    return fs::path(page_path).replace_extension().string() + "_files";
+}
+
+// Each tile is a script, the one form that a page opened from a disk may load.
+void write_pieces(const std::vector<loaded_gabarit>& gabarits, whole_folder& folder)
+{
+    for (std::size_t k = 0; k < gabarits.size(); ++k)
+        for (int i = 0; i < tile_count(gabarits[k].square); ++i)
+            for (int j = i; j < tile_count(gabarits[k].square); ++j) {
+                const std::string place = std::to_string(k) + ',' + std::to_string(i) + ',' + std::to_string(j);
+                std::string name = place + ".js";
+                std::ranges::replace(name, ',', '-');
+                folder.write(name, "gabarit.piece(" + place + ",'" + pack_tile(gabarits[k].square, i, j) + "');\n");
+            }
 }
 
 } // namespace
@@ -244,34 +306,46 @@ void write_listening_page(const std::string& sdif_path, const std::string& page_
 {
     const std::vector<loaded_gabarit> gabarits = load_all(sdif_path, options.other);
     const loaded_gabarit& first = gabarits.front();
+    const beside_page beside = choose_beside(first, options.with_sound);
+    const std::string folder_path = folder_beside(page_path);
+    if (beside.anything())
+        whole_folder::check(folder_path, options.treatment);
+
     const std::string name = fs::path(first.sound.empty() ? showable(sdif_path) : first.sound).filename();
     const std::string title = options.title.empty() ? name : showable(options.title);
-    nlohmann::ordered_json facts = facts_of(gabarits, options);
+    nlohmann::ordered_json facts = facts_of(gabarits, options, beside);
     facts["title"] = title;
+    facts["folder"] = fs::path(folder_path).filename();
     facts["sound"] = nullptr;
     recording sound;
     if (options.with_sound) {
-        const std::string path = find_sound(first, sdif_path, options.sound);
-        check_length(first, announced_seconds(path), path);
-        sound = encode_recording(path, options.kilobits_per_second, progress);
-        check_length(first, sound.seconds, path);
-        facts["sound"] = facts_of(sound);
+        sound = record(first, sdif_path, options, progress);
+        facts["sound"] = facts_of(sound, beside);
     }
 
-    std::string cells;
-    for (const loaded_gabarit& loaded : gabarits)
-        cells += tile_lines(loaded.square);
+    const picture::held_signals until_all_is_there;
     picture::whole_file page(page_path, options.treatment);
-    page.write(filled({{"policy", policy(false)},
+    page.write(filled({{"policy", policy(beside)},
                        {"title", escaped(title)},
                        {"subtitle", escaped(subtitle_of(first))},
                        {"date", date_of(sdif_path)},
                        {"style", std::string(page_template::style)},
                        {"script", std::string(page_template::script)},
                        {"facts", escaped_json(facts)},
-                       {"cells", cells},
-                       {"recording", base64(sound.ogg)}}));
+                       {"cells", cells_of(gabarits, facts["overview"])},
+                       {"recording", beside.sound ? std::string() : base64(sound.ogg)}}));
+    std::optional<whole_folder> folder;
+    if (beside.anything()) {
+        folder.emplace(folder_path, options.treatment);
+        if (beside.square)
+            write_pieces(gabarits, *folder);
+        if (beside.sound)
+            folder->write("sound.opus", sound.ogg);
+        folder->place();
+    }
     page.commit();
+    if (folder)
+        folder->keep();
 }
 
 } // namespace gabarit

@@ -63,9 +63,9 @@ function cellsUnder(pixels, from, {factor, size}) {
     return {first, last};
 }
 
-/** The finest layer of which a pixel covers at most two cells a side. */
+/** The finest layer of which a pixel covers at most two cells a side; one cell where pieces have to be loaded. */
 function layerFor(layers, pixels) {
-    return layers.find(({factor}) => view.span / pixels <= 2 * factor) ?? layers.at(-1);
+    return layers.find(({factor, square}) => view.span / pixels <= (square ? 1 : 2) * factor) ?? layers.at(-1);
 }
 
 /** Levels of a rectangle of the square; of several cells under a pixel the brightest counts. */
@@ -97,29 +97,34 @@ function squareLevels(layer, pixels, levels) {
 
 /** The same with time across and distance in time up. `inside` gets 0 beyond the end of the sound. */
 function lagLevels({size, cells, factor}, pixels, levels, inside) {
-    const cellsPerPixel = view.span / pixels;
+    const moments = {factor: 1, size: n};
+    const columns = cellsUnder(pixels, view.x, moments).first;
+    const lags = cellsUnder(pixels, view.y, moments).first;
+    const places = columns.map((i) => i / factor);
     for (let p = 0; p < pixels; ++p) {
-        const lag = Math.floor(view.y + (p + 0.5) * cellsPerPixel);
         let out = (pixels - 1 - p) * pixels;
         for (let q = 0; q < pixels; ++q, ++out) {
-            const i = Math.floor(view.x + (q + 0.5) * cellsPerPixel);
-            inside[out] = i + lag < n ? 1 : 0;
-            if (inside[out])
-                levels[out] = cells[Math.floor((i + lag) / factor) * size + Math.floor(i / factor)];
+            const j = columns[q] + lags[p];
+            inside[out] = j < n ? 1 : 0;
+            if (j < n)
+                levels[out] = cells[(j / factor | 0) * size + places[q]];
         }
     }
 }
 
 /** Overwrites the levels of a coarse layer by those of cells that have been loaded since. */
 function addLoadedLevels({size, cells, square}, pixels, levels) {
-    const {first} = cellsUnder(pixels, view.x, {factor: 1, size});
-    const rows = cellsUnder(pixels, view.y, {factor: 1, size});
-    for (let p = 0; p < pixels; ++p)
-        for (let q = 0; q < pixels; ++q) {
-            const i = first[q], j = rows.first[p] + (view.kind === "lag" ? i : 0);
-            if (j < size && square.isLoaded(i, j))
-                levels[(pixels - 1 - p) * pixels + q] = cells[i * size + j];
+    const {tile, tiles, loaded} = square;
+    const columns = cellsUnder(pixels, view.x, {factor: 1, size}).first;
+    const rows = cellsUnder(pixels, view.y, {factor: 1, size}).first;
+    for (let p = 0; p < pixels; ++p) {
+        let out = (pixels - 1 - p) * pixels;
+        for (let q = 0; q < pixels; ++q, ++out) {
+            const i = columns[q], j = rows[p] + (view.kind === "lag" ? i : 0);
+            if (j < size && loaded[Math.floor(j / tile) * tiles + Math.floor(i / tile)])
+                levels[out] = cells[j * size + i];
         }
+    }
 }
 
 let buffers = {pixels: 0};

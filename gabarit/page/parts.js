@@ -45,18 +45,28 @@ function placeParts() {
     const layAlong = (bars, from, start, size) => parts.forEach((part, k) => {
         const begin = Math.max((placeOf(part.start) - from) / view.span, 0);
         const end = Math.min((placeOf(part.end) - from) / view.span, 1);
-        bars.children[k].hidden = end <= begin;
-        bars.children[k].style[start] = `${100 * begin}%`;
-        bars.children[k].style[size] = `${100 * Math.max(end - begin, 0)}%`;
+        const bar = bars.children[k];
+        bar.hidden = end <= begin;
+        bar.style[start] = `${100 * begin}%`;
+        bar.style[size] = `${100 * Math.max(end - begin, 0)}%`;
+        bar.textContent = (end - begin) * square.clientWidth > 10 ? part.label : "";
     });
     layAlong(document.getElementById("bars-x"), view.x, "left", "width");
     layAlong(document.getElementById("bars-y"), view.y, "bottom", "height");
     document.getElementById("bars-y").style.visibility = view.kind === "lag" ? "hidden" : "visible";
 }
 
+let marked = null;
+
+/** Marks the row of the part that a time lies in. */
 function markPart(seconds) {
-    for (const row of document.querySelectorAll("#sections tbody tr"))
-        row.setAttribute("aria-current", seconds >= row.dataset.start && seconds < row.dataset.end);
+    const {rows} = document.querySelector("#sections tbody");
+    const row = rows[parts.findIndex(({start, end}) => seconds >= start && seconds < end)];
+    if (row === marked)
+        return;
+    marked?.removeAttribute("aria-current");
+    row?.setAttribute("aria-current", "true");
+    marked = row;
 }
 
 /** Audacity's label track: start, end and text, with tabs between them. */

@@ -6,7 +6,11 @@ const n = facts.times.length;
 
 /** Bytes of a base64 text. */
 function bytesOf(base64) {
-    return Uint8Array.from(atob(base64), (character) => character.charCodeAt(0));
+    const text = atob(base64);
+    const bytes = new Uint8Array(text.length);
+    for (let k = 0; k < text.length; ++k)
+        bytes[k] = text.charCodeAt(k);
+    return bytes;
 }
 
 /** Inflates zlib's format. */
@@ -117,11 +121,16 @@ class Gabarit {
                     continue;
                 this.asked.add(name);
                 const script = document.createElement("script");
-                script.src = `${encodeURIComponent(facts.pieces)}/${name}`;
+                script.src = besidePage(name);
                 script.onerror = () => this.asked.delete(name);
                 document.head.append(script);
             }
     }
+}
+
+/** Where a file of the folder beside the page is. */
+function besidePage(name) {
+    return `${encodeURIComponent(facts.folder)}/${name}`;
 }
 
 /** The moment nearest to a time. */
