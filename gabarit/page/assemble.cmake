@@ -11,4 +11,6 @@ endforeach()
 # The page allows no other style and script than these: their hashes stand in its policy.
 string(SHA256 style_sha256 "${style}")
 string(SHA256 script_sha256 "${script}")
+# For the linter, which wants them as one script too.
+file(WRITE ${OUT}.mjs "${script}")
 configure_file(${PAGE}/page_template.cpp.in ${OUT} @ONLY)

@@ -20,8 +20,7 @@ function dragTo(event) {
     const before = grip();
     const {clientX: fromX, clientY: fromY} = fingers.get(event.pointerId);
     // A hand that clicks trembles.
-    if (!dragged && fingers.size === 1 && Math.hypot(event.clientX - fromX, event.clientY - fromY) < 5)
-        return;
+    if (!dragged && fingers.size === 1 && Math.hypot(event.clientX - fromX, event.clientY - fromY) < 5) return;
     dragged = true;
     square.setPointerCapture(event.pointerId);
     fingers.set(event.pointerId, event);
@@ -31,13 +30,11 @@ function dragTo(event) {
 }
 
 square.addEventListener("pointerdown", (event) => {
-    if (fingers.size === 0)
-        dragged = false;
+    if (fingers.size === 0) dragged = false;
     fingers.set(event.pointerId, event);
 });
 square.addEventListener("pointermove", (event) => {
-    if (fingers.has(event.pointerId))
-        dragTo(event);
+    if (fingers.has(event.pointerId)) dragTo(event);
     pointed = cellAt(...placeOfPointer(event));
     tell();
 });
@@ -49,8 +46,7 @@ square.addEventListener("pointerleave", () => {
 });
 square.addEventListener("click", (event) => {
     const cell = cellAt(...placeOfPointer(event));
-    if (dragged || !cell)
-        return;
+    if (dragged || !cell) return;
     choose(cell.i, cell.j);
     hearChosen("moments");
 });
@@ -58,11 +54,15 @@ square.addEventListener("dblclick", () => {
     silence();
     fit();
 });
-square.addEventListener("wheel", (event) => {
-    event.preventDefault();
-    const lines = event.deltaMode === WheelEvent.DOM_DELTA_LINE ? 16 : 1;
-    zoom(Math.exp(event.deltaY * lines * 0.002), ...placeOfPointer(event));
-}, {passive: false});
+square.addEventListener(
+    "wheel",
+    (event) => {
+        event.preventDefault();
+        const lines = event.deltaMode === WheelEvent.DOM_DELTA_LINE ? 16 : 1;
+        zoom(Math.exp(event.deltaY * lines * 0.002), ...placeOfPointer(event));
+    },
+    {passive: false}
+);
 
 /** The next choice of a list. */
 function turn(list) {
@@ -71,7 +71,7 @@ function turn(list) {
 }
 
 /** Moves the chosen cell, which begins in the middle of what is seen. */
-function step(columns, rows) {
+function moveChosen(columns, rows) {
     const {i, j} = chosen ?? cellAt(0.5, 0.5) ?? {i: 0, j: 0};
     choose(i + columns, j + rows + (view.kind === "lag" ? columns : 0));
 }
@@ -95,17 +95,15 @@ const keys = {
 document.addEventListener("keydown", (event) => {
     const {key, target} = event;
     const typing = target instanceof HTMLSelectElement;
-    if (event.ctrlKey || event.metaKey || event.altKey || typing || n === 0)
-        return;
+    if (event.ctrlKey || event.metaKey || event.altKey || typing || n === 0) return;
     const inSquare = target === square || target === document.body;
     let action = keys[key.toLowerCase()];
     if (inSquare && key in steps) {
         const far = event.shiftKey ? 10 : 1;
-        action = () => step(...steps[key].map((cells) => far * cells));
+        action = () => moveChosen(...steps[key].map((cells) => far * cells));
     } else if (inSquare && (key === "Enter" || key === " "))
-        action = () => chosen ? toggle("moments") : step(0, 0);
-    if (!action)
-        return;
+        action = () => (chosen ? toggle("moments") : moveChosen(0, 0));
+    if (!action) return;
     event.preventDefault();
     action();
 });
@@ -113,15 +111,13 @@ document.addEventListener("keydown", (event) => {
 /** The waveform as a slider of the whole sound. */
 function seekWhole(seconds) {
     const place = Math.min(Math.max(seconds, 0), facts.sound.seconds);
-    if (playing.what === "whole")
-        playWhole(place);
-    else
-        sound.currentTime = place;
+    if (playing.what === "whole") playWhole(place);
+    else sound.currentTime = place;
 }
 
 waveform.addEventListener("pointerdown", (event) => {
     const box = waveform.getBoundingClientRect();
-    seekWhole(secondsAt(view.x + (event.clientX - box.left) / box.width * view.span));
+    seekWhole(secondsAt(view.x + ((event.clientX - box.left) / box.width) * view.span));
 });
 waveform.addEventListener("keydown", (event) => {
     const places = {
@@ -130,14 +126,13 @@ waveform.addEventListener("keydown", (event) => {
         Home: 0,
         End: facts.sound.seconds,
     };
-    if (!(event.key in places))
-        return;
+    if (!(event.key in places)) return;
     event.preventDefault();
     seekWhole(places[event.key]);
 });
 sound.addEventListener("seeked", requestCursors);
 
-document.getElementById("hear").addEventListener("click", () => chosen || step(0, 0) || toggle("moments"));
+document.getElementById("hear").addEventListener("click", () => chosen || moveChosen(0, 0) || toggle("moments"));
 document.getElementById("follow").addEventListener("click", () => toggle("stripe"));
 document.getElementById("play").addEventListener("click", () => toggle("whole"));
 
@@ -149,12 +144,14 @@ function choices(list, names) {
 function fillLegend() {
     const legend = document.getElementById("legend");
     legend.hidden = gabarits.length < 2;
-    legend.append(...facts.names.map((name, k) => {
-        const entry = document.createElement("span");
-        entry.textContent = `${name} alone`;
-        entry.style.setProperty("--hue", `rgb(${hues[k]})`);
-        return entry;
-    }));
+    legend.append(
+        ...facts.names.map((name, k) => {
+            const entry = document.createElement("span");
+            entry.textContent = `${name} alone`;
+            entry.style.setProperty("--hue", `rgb(${hues[k]})`);
+            return entry;
+        })
+    );
     const both = document.createElement("span");
     both.textContent = "both";
     both.style.setProperty("--hue", "#fff");
@@ -169,11 +166,10 @@ function bind(list, change) {
     });
 }
 
-async function start() {
+async function openPage() {
     choices(shownChoice, [...facts.names, "both"].slice(0, gabarits.length > 1 ? 3 : 1));
     choices(mapChoice, Object.keys(facts.maps));
-    for (const option of mapChoice.options)
-        option.value = option.text;
+    for (const option of mapChoice.options) option.value = option.text;
     document.getElementById("shown-label").hidden = gabarits.length < 2;
     fillLegend();
     view.shown = gabarits.length > 1 ? gabarits.length : 0;
@@ -186,10 +182,8 @@ async function start() {
     bind(shownChoice, (shown) => Object.assign(view, {shown: Number(shown)}));
     bind(loop, () => playing.what === "moments" && hearChosen("moments"));
 
-    for (const element of document.querySelectorAll(".sounding, #waveform"))
-        element.hidden = !facts.sound;
-    if (!facts.sound)
-        readout.dataset.hint = "Point at the square.";
+    for (const element of document.querySelectorAll(".sounding, #waveform")) element.hidden = !facts.sound;
+    if (!facts.sound) readout.dataset.hint = "Point at the square.";
     if (n === 0) {
         const notice = document.getElementById("notice");
         notice.hidden = false;
@@ -199,13 +193,11 @@ async function start() {
     const recording = document.getElementById("recording");
     openRecording(recording.textContent.trim());
     recording.remove();
-    if (!canPan)
-        loop.value = "turns";
+    if (!canPan) loop.value = "turns";
     fillParts();
 
     const lines = document.getElementById("cells").textContent.trim().split("\n");
-    for (const gabarit of gabarits)
-        await gabarit.open(lines);
+    for (const gabarit of gabarits) await gabarit.open(lines);
     document.getElementById("cells").remove();
     new ResizeObserver(requestPaint).observe(square);
     paint();
@@ -229,4 +221,4 @@ async function start() {
     };
 }
 
-start();
+openPage();

@@ -5,32 +5,32 @@ const right = document.getElementById("right");
 const sound = document.getElementById("sound");
 const momentSeconds = 2;
 
+/** A file beside a page that was opened from a disk is silent through Web Audio. */
+const canPan = !(facts.sound?.beside && location.protocol === "file:");
+let panned = null;
+
 /** What sounds now: nothing, both moments, both followed, or the whole up to a time. */
 const playing = {what: "nothing", x: 0, y: 0, until: Infinity, mode: "together"};
 
-/** Gives the elements their source. A file beside a page that comes from a disk is silent through Web Audio. */
+/** Gives the elements their source. */
 function openRecording(base64) {
-    if (!facts.sound)
-        return;
+    if (!facts.sound) return;
     const {beside} = facts.sound;
     const carried = () => URL.createObjectURL(new Blob([bytesOf(base64)], {type: "audio/ogg"}));
     const source = beside ? besidePage("sound.opus") : carried();
     for (const element of [left, right, sound])
         Object.assign(element, {preload: beside ? "metadata" : "auto", src: source});
-    canPan = !(beside && location.protocol === "file:");
 }
-
-let canPan = true;
-let panned = null;
 
 /** One moment to the left ear, one to the right. Browsers let it sound after a gesture of the user. */
 function panEars() {
-    if (panned)
-        panned.resume();
-    if (!canPan || panned)
-        return;
+    if (panned) panned.resume();
+    if (!canPan || panned) return;
     panned = new AudioContext();
-    for (const [element, pan] of [[left, -1], [right, 1]]) {
+    for (const [element, pan] of [
+        [left, -1],
+        [right, 1],
+    ]) {
         const panner = new StereoPannerNode(panned, {pan, channelCount: 1, channelCountMode: "explicit"});
         panned.createMediaElementSource(element).connect(panner).connect(panned.destination);
     }
@@ -42,21 +42,19 @@ function seek(element, seconds) {
         element.addEventListener("seeked", resolve, {once: true});
         element.addEventListener("error", resolve, {once: true});
         element.currentTime = seconds;
-        if (element.error)
-            resolve();
+        if (element.error) resolve();
     });
 }
 
 function silence() {
-    for (const element of [left, right, sound])
-        element.pause();
+    for (const element of [left, right, sound]) element.pause();
     playing.what = "nothing";
     clearInterval(playing.timer);
     requestCursors();
 }
 
 /** Begins something new: whatever is still about to begin then stops by itself. */
-function begin(what, details = {}) {
+function beginPlaying(what, details = {}) {
     silence();
     Object.assign(playing, {what, until: Infinity, begun: (playing.begun ?? 0) + 1}, details);
     playing.timer = setInterval(followTime, 25);
@@ -65,24 +63,26 @@ function begin(what, details = {}) {
 
 /** Makes two moments heard, given by their seconds, as #loop says, or both on and on. */
 async function hear(x, y, what = "moments") {
-    if (!facts.sound)
-        return;
-    const mine = begin(what, {x, y, mode: what === "moments" ? loop.value : "together"});
+    if (!facts.sound) return;
+    const mine = beginPlaying(what, {x, y, mode: what === "moments" ? loop.value : "together"});
     panEars();
     await Promise.all([seek(left, x), seek(right, y)]);
-    if (playing.begun !== mine || playing.what !== what)
-        return;
-    await Promise.allSettled(playing.mode === "turns" ? [left.play()] : [left.play(), right.play()]);
+    if (playing.begun !== mine || playing.what !== what) return;
+    await playOrStop(mine, ...(playing.mode === "turns" ? [left] : [left, right]));
+}
+
+/** Starts elements together. Browsers refuse before the first gesture of the user. */
+async function playOrStop(mine, ...elements) {
+    const starts = await Promise.allSettled(elements.map((element) => element.play()));
+    if (starts.some(({status}) => status === "rejected") && playing.begun === mine) silence();
 }
 
 /** Plays the whole sound from there. */
 async function playWhole(from, until = Infinity) {
-    if (!facts.sound)
-        return;
-    const mine = begin("whole", {until});
+    if (!facts.sound) return;
+    const mine = beginPlaying("whole", {until});
     await seek(sound, from);
-    if (playing.begun === mine && playing.what === "whole")
-        await Promise.allSettled([sound.play()]);
+    if (playing.begun === mine && playing.what === "whole") await playOrStop(mine, sound);
 }
 
 const isOver = (element, end) => element.ended || element.currentTime >= end;
@@ -90,26 +90,23 @@ const isOver = (element, end) => element.ended || element.currentTime >= end;
 /** Ends, turns or repeats what plays. */
 function followTime() {
     const {what, mode, x, y} = playing;
-    if (what === "whole" && isOver(sound, playing.until) || what === "stripe" && (left.ended || right.ended))
+    if ((what === "whole" && isOver(sound, playing.until)) || (what === "stripe" && (left.ended || right.ended)))
         silence();
-    if (what === "moments")
-        followMoments(mode, x, y);
+    if (what === "moments") followMoments(mode, x, y);
     requestCursors();
 }
 
 function followMoments(mode, x, y) {
-    const leftOver = isOver(left, x + momentSeconds), rightOver = isOver(right, y + momentSeconds);
+    const leftOver = isOver(left, x + momentSeconds),
+        rightOver = isOver(right, y + momentSeconds);
     if (mode === "turns") {
-        if (leftOver && !left.paused || left.ended && right.paused && !rightOver) {
+        if ((leftOver && !left.paused) || (left.ended && right.paused && !rightOver)) {
             left.pause();
             right.play();
         }
-        if (rightOver)
-            silence();
-    } else if (leftOver && rightOver || mode === "loop" && (leftOver || rightOver)) {
-        if (mode === "loop")
-            hear(x, y);
-        else
-            silence();
+        if (rightOver) silence();
+    } else if ((leftOver && rightOver) || (mode === "loop" && (leftOver || rightOver))) {
+        if (mode === "loop") hear(x, y);
+        else silence();
     }
 }

@@ -1,15 +1,11 @@
 #include "gabarit/page/listening_page.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cmath>
 #include <cstddef>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <map>
 #include <optional>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -17,12 +13,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "gabarit/form.h"
 #include "gabarit/page/base64.h"
+#include "gabarit/page/loaded_gabarit.h"
 #include "gabarit/page/page_template.h"
 #include "gabarit/page/recording.h"
 #include "gabarit/page/square_tiles.h"
 #include "gabarit/page/whole_folder.h"
-#include "gabarit/reader.h"
 #include "picture/color_table.h"
 #include "picture/whole_file.h"
 
@@ -35,78 +32,6 @@ namespace {
 // A page carries squares of up to so many cells a side, and sounds of up to so many seconds; more lies beside it.
 constexpr int most_cells_inside = 2400, most_cells_of_overview = 1800;
 constexpr double most_seconds_inside = 1200.0;
-
-// A gabarit, whole.
-struct loaded_gabarit {
-    byte_square square;
-    std::vector<double> times;
-    std::string sound;
-    settings made_with;
-};
-
-loaded_gabarit load(const std::string& path)
-{
-    reader file(path);
-    const auto n = static_cast<std::size_t>(file.size());
-    loaded_gabarit loaded{{file.size(), {}}, {}, file.sound(), file.made_with()};
-    std::vector<unsigned char>& cells = loaded.square.cells;
-    cells.reserve(n * n);
-    for (column next{}; file.next_column(next);) {
-        // Only one half of the square goes into the page.
-        for (std::size_t i = 0; i < loaded.times.size(); ++i)
-            if (cells[i * n + loaded.times.size()] != next.similarity[i])
-                throw Quillon::FormatError(next.offset, "not symmetric: a frame differs from the values that the "
-                                                        "others have for it");
-        cells.insert(cells.end(), next.similarity.begin(), next.similarity.end());
-        loaded.times.push_back(next.time_seconds);
-    }
-    return loaded;
-}
-
-double step_of(const loaded_gabarit& loaded)
-{
-    const double recorded = std::strtod(loaded.made_with.modeling_step.c_str(), nullptr);
-    if (loaded.times.size() > 1)
-        return (loaded.times.back() - loaded.times.front()) / static_cast<double>(loaded.times.size() - 1);
-    return recorded > 0.0 && std::isfinite(recorded) ? recorded : 1.0;
-}
-
-std::vector<sections::section> find_parts(const loaded_gabarit& loaded)
-{
-    const double window = std::strtod(loaded.made_with.modeling_window.c_str(), nullptr);
-    const double first = loaded.times.empty() ? 0.0 : loaded.times.front();
-    return sections::find_sections({loaded.square.cells, loaded.square.side},
-                                   {first, step_of(loaded), window > 0.0 && std::isfinite(window) ? window : 1.0});
-}
-
-// The moments lie a step apart, none closer than a step to either end of the sound.
-void check_length(const loaded_gabarit& loaded, double seconds, const std::string& path)
-{
-    const double step = step_of(loaded), n = static_cast<double>(loaded.times.size());
-    constexpr double tolerance = 0.1; // frames are rounded, and decoders add some milliseconds
-    const double shortest = n == 0.0 ? 0.0 : n == 1.0 ? step : (n + 1.0) * step;
-    const double longest = n == 0.0 ? step : (n + 2.0) * step;
-    if (seconds < shortest - tolerance || seconds > longest + tolerance)
-        throw std::runtime_error("the sound '" + path + "' is of " + std::to_string(seconds) +
-                                 " s, but the gabarit was made of one of some " +
-                                 std::to_string((shortest + longest) / 2.0) +
-                                 " s: give that by --sound FILE, or --no-sound for a page without");
-}
-
-// The sound as it was named, seen from here or from the gabarit.
-std::string find_sound(const loaded_gabarit& loaded, const std::string& sdif_path, const std::string& given)
-{
-    if (!given.empty())
-        return given;
-    const fs::path folder = fs::path(sdif_path).parent_path();
-    std::error_code unknown;
-    for (const fs::path& path :
-         {fs::path(loaded.sound), folder / loaded.sound, folder / fs::path(loaded.sound).filename()})
-        if (!loaded.sound.empty() && fs::exists(path, unknown))
-            return path;
-    throw std::runtime_error("its sound '" + loaded.sound +
-                             "' isn't there: give it by --sound FILE, or --no-sound for a page without");
-}
 
 std::string escaped(std::string_view text)
 {
@@ -139,12 +64,15 @@ std::string date_of(const std::string& path)
     return text;
 }
 
-std::string subtitle_of(const loaded_gabarit& loaded)
+std::string subtitle_of(const std::vector<loaded_gabarit>& gabarits)
 {
-    const settings& s = loaded.made_with;
+    const settings& s = gabarits.front().made_with;
     if (s.features.empty() || s.modeling.empty())
         return "settings unknown";
-    return s.features + " features, " + s.modeling + " modeling, window " + s.modeling_window + " s, step " +
+    std::string features = s.features;
+    for (std::size_t k = 1; k < gabarits.size(); ++k)
+        features += " and " + gabarits[k].made_with.features;
+    return features + " features, " + s.modeling + " modeling, window " + s.modeling_window + " s, step " +
            s.modeling_step + " s";
 }
 
@@ -182,7 +110,7 @@ struct beside_page {
 
 beside_page choose_beside(const loaded_gabarit& loaded, bool with_sound)
 {
-    const double seconds = loaded.times.empty() ? 0.0 : loaded.times.back() + step_of(loaded);
+    const double seconds = loaded.times.empty() ? 0.0 : loaded.times.back() + step_seconds(loaded);
     return {loaded.square.side > most_cells_inside, with_sound && seconds > most_seconds_inside};
 }
 
@@ -217,27 +145,13 @@ std::string filled(const std::map<std::string_view, std::string>& fields)
     return page += rest;
 }
 
-// One gabarit, or two of the same sound.
-std::vector<loaded_gabarit> load_all(const std::string& path, const std::string& other)
-{
-    std::vector<loaded_gabarit> gabarits{load(path)};
-    if (other.empty())
-        return gabarits;
-    gabarits.push_back(load(other));
-    const std::vector<double>&a = gabarits[0].times, &b = gabarits[1].times;
-    constexpr double tolerance_seconds = 0.1; // frames of several kinds of features lie apart
-    if (!std::ranges::equal(a, b, [](double x, double y) { return std::abs(x - y) <= tolerance_seconds; }))
-        throw std::runtime_error("'" + other + "' has other moments: make both of one sound, with one step");
-    return gabarits;
-}
-
 // What the page's scripts know of the gabarits and of the sound.
-nlohmann::ordered_json facts_of(const std::vector<loaded_gabarit>& gabarits, const page_options& options,
-                                const beside_page& beside)
+nlohmann::ordered_json facts_of(const std::vector<loaded_gabarit>& gabarits,
+                                const std::vector<sections::section>& parts, const beside_page& beside)
 {
     nlohmann::ordered_json facts;
     facts["times"] = gabarits.front().times;
-    facts["step"] = step_of(gabarits.front());
+    facts["step"] = step_seconds(gabarits.front());
     facts["tile"] = tile_side;
     const int side = gabarits.front().square.side;
     facts["overview"] = nullptr;
@@ -250,7 +164,7 @@ nlohmann::ordered_json facts_of(const std::vector<loaded_gabarit>& gabarits, con
         facts["names"].push_back(loaded.made_with.features.empty() ? "gabarit" : loaded.made_with.features);
     facts["maps"] = color_maps();
     facts["sections"] = nlohmann::json::array();
-    for (const sections::section& part : options.parts.empty() ? find_parts(gabarits.front()) : options.parts)
+    for (const sections::section& part : parts)
         facts["sections"].push_back({{"start", part.start_seconds}, {"end", part.end_seconds}, {"label", part.label}});
     return facts;
 }
@@ -264,7 +178,7 @@ nlohmann::json facts_of(const recording& sound, const beside_page& beside)
 recording record(const loaded_gabarit& loaded, const std::string& sdif_path, const page_options& options,
                  const std::function<void(double)>& progress)
 {
-    const std::string path = find_sound(loaded, sdif_path, options.sound);
+    const std::string path = options.sound.empty() ? find_sound(loaded, sdif_path) : options.sound;
     check_length(loaded, announced_seconds(path), path);
     recording sound = encode_recording(path, options.kilobits_per_second, progress);
     check_length(loaded, sound.seconds, path);
@@ -304,7 +218,7 @@ void write_pieces(const std::vector<loaded_gabarit>& gabarits, whole_folder& fol
 void write_listening_page(const std::string& sdif_path, const std::string& page_path, const page_options& options,
                           const std::function<void(double)>& progress)
 {
-    const std::vector<loaded_gabarit> gabarits = load_all(sdif_path, options.other);
+    const std::vector<loaded_gabarit> gabarits = load_gabarits(sdif_path, options.other);
     const loaded_gabarit& first = gabarits.front();
     const beside_page beside = choose_beside(first, options.with_sound);
     const std::string folder_path = folder_beside(page_path);
@@ -313,7 +227,8 @@ void write_listening_page(const std::string& sdif_path, const std::string& page_
 
     const std::string name = fs::path(first.sound.empty() ? showable(sdif_path) : first.sound).filename();
     const std::string title = options.title.empty() ? name : showable(options.title);
-    nlohmann::ordered_json facts = facts_of(gabarits, options, beside);
+    nlohmann::ordered_json facts =
+        facts_of(gabarits, options.parts ? *options.parts : read_form(sdif_path).sections, beside);
     facts["title"] = title;
     facts["folder"] = fs::path(folder_path).filename();
     facts["sound"] = nullptr;
@@ -327,7 +242,7 @@ void write_listening_page(const std::string& sdif_path, const std::string& page_
     picture::whole_file page(page_path, options.treatment);
     page.write(filled({{"policy", policy(beside)},
                        {"title", escaped(title)},
-                       {"subtitle", escaped(subtitle_of(first))},
+                       {"subtitle", escaped(subtitle_of(gabarits))},
                        {"date", date_of(sdif_path)},
                        {"style", std::string(page_template::style)},
                        {"script", std::string(page_template::script)},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,12 +12,12 @@ namespace gabarit {
 
 /// What a listening page shows and plays.
 struct page_options {
-    std::string title;                    ///< empty: the name of the sound
-    std::string sound;                    ///< path of the sound; empty: the one that the gabarit names
-    bool with_sound = true;               ///< whether the page plays
-    int kilobits_per_second = 64;         ///< of the sound in the page
-    std::string other;                    ///< a second gabarit of the same sound; empty: none
-    std::vector<sections::section> parts; ///< empty: those that the square shows
+    std::string title;                                   ///< empty: the name of the sound
+    std::string sound;                                   ///< path of the sound; empty: the one that the gabarit names
+    bool with_sound = true;                              ///< whether the page plays
+    int kilobits_per_second = 64;                        ///< of the sound in the page
+    std::string other;                                   ///< a second gabarit of the same sound; empty: none
+    std::optional<std::vector<sections::section>> parts; ///< none: those that the square itself shows
     picture::existing treatment = picture::existing::refuse;
 };
 

@@ -1,25 +1,42 @@
 // The square's pixels: which cells lie under them, and their colors.
 
+/** What of the page several parts steer. */
+const square = document.getElementById("square");
+const cursors = document.getElementById("cursors");
+const waveform = document.getElementById("waveform");
+const readout = document.getElementById("readout");
+const [loop, viewChoice, shownChoice, mapChoice] = ["loop", "view", "shown", "map"].map((id) =>
+    document.getElementById(id)
+);
+
 /** Color maps as 256 numbers each, in the byte order of image data on a little-endian machine. */
-const colorMaps = Object.fromEntries(Object.entries(facts.maps).map(([name, base64]) => {
-    const rgb = bytesOf(base64);
-    return [name, Uint32Array.from({length: 256}, (_, level) => pixelOf(...rgb.subarray(3 * level, 3 * level + 3)))];
-}));
+const colorMaps = Object.fromEntries(
+    Object.entries(facts.maps).map(([name, base64]) => {
+        const rgb = bytesOf(base64);
+        return [
+            name,
+            Uint32Array.from({length: 256}, (_, level) => pixelOf(...rgb.subarray(3 * level, 3 * level + 3))),
+        ];
+    })
+);
 
 function pixelOf(red, green, blue) {
-    return (0xff000000 | blue << 16 | green << 8 | red) >>> 0;
+    return (0xff000000 | (blue << 16) | (green << 8) | red) >>> 0;
 }
 
 /** From black to a hue. Both hues add up to white, so that the maps of two gabarits may be added. */
 function hueMap([red, green, blue], opaque) {
     return Uint32Array.from({length: 256}, (_, level) => {
-        const part = (top) => Math.round(top * level / 255);
-        const pixel = part(blue) << 16 | part(green) << 8 | part(red);
+        const part = (top) => Math.round((top * level) / 255);
+        const pixel = (part(blue) << 16) | (part(green) << 8) | part(red);
         return opaque ? pixelOf(part(red), part(green), part(blue)) : pixel;
     });
 }
 
-const hues = [[255, 136, 0], [0, 119, 255]];
+const hues = [
+    [255, 136, 0],
+    [0, 119, 255],
+];
 const hueMaps = [hueMap(hues[0], true), hueMap(hues[1], false)];
 
 /** The stretch that is seen: from (x, y) on, `span` cells a side. In the lag view y counts cells of distance. */
@@ -54,18 +71,19 @@ function placeOnCanvas(x, y) {
 
 /** First and last cell of a layer under each pixel of a line; each cell belongs to one pixel if it has room. */
 function cellsUnder(pixels, from, {factor, size}) {
-    const first = new Int32Array(pixels), last = new Int32Array(pixels);
+    const first = new Int32Array(pixels),
+        last = new Int32Array(pixels);
     const cell = (place) => Math.min(Math.max(Math.floor(place / factor), 0), size - 1);
     for (let p = 0; p < pixels; ++p) {
-        first[p] = cell(from + p * view.span / pixels);
-        last[p] = Math.max(first[p], cell(from + (p + 1) * view.span / pixels) - 1);
+        first[p] = cell(from + (p * view.span) / pixels);
+        last[p] = Math.max(first[p], cell(from + ((p + 1) * view.span) / pixels) - 1);
     }
     return {first, last};
 }
 
 /** The finest layer of which a pixel covers at most two cells a side; one cell where pieces have to be loaded. */
 function layerFor(layers, pixels) {
-    return layers.find(({factor, square}) => view.span / pixels <= (square ? 1 : 2) * factor) ?? layers.at(-1);
+    return layers.find(({factor, pieces}) => view.span / pixels <= (pieces ? 1 : 2) * factor) ?? layers.at(-1);
 }
 
 /** Levels of a rectangle of the square; of several cells under a pixel the brightest counts. */
@@ -75,15 +93,16 @@ function squareLevels(layer, pixels, levels) {
     const rows = cellsUnder(pixels, view.y, layer);
     const single = view.span / pixels <= layer.factor / 2 || columns.first.every((c, p) => c === columns.last[p]);
     for (let p = 0; p < pixels; ++p) {
-        const low = rows.first[p] * size, high = rows.last[p] * size;
+        const low = rows.first[p] * size,
+            high = rows.last[p] * size;
         let out = (pixels - 1 - p) * pixels;
         if (single && low === high) {
-            for (let q = 0; q < pixels; ++q)
-                levels[out++] = cells[low + columns.first[q]];
+            for (let q = 0; q < pixels; ++q) levels[out++] = cells[low + columns.first[q]];
             continue;
         }
         for (let q = 0; q < pixels; ++q) {
-            const left = columns.first[q], right = columns.last[q];
+            const left = columns.first[q],
+                right = columns.last[q];
             let brightest = cells[low + left];
             let other = cells[low + right];
             brightest = other > brightest ? other : brightest;
@@ -106,21 +125,21 @@ function lagLevels({size, cells, factor}, pixels, levels, inside) {
         for (let q = 0; q < pixels; ++q, ++out) {
             const j = columns[q] + lags[p];
             inside[out] = j < n ? 1 : 0;
-            if (j < n)
-                levels[out] = cells[(j / factor | 0) * size + places[q]];
+            if (j < n) levels[out] = cells[((j / factor) | 0) * size + places[q]];
         }
     }
 }
 
 /** Overwrites the levels of a coarse layer by those of cells that have been loaded since. */
-function addLoadedLevels({size, cells, square}, pixels, levels) {
-    const {tile, tiles, loaded} = square;
+function addLoadedLevels({size, cells, pieces}, pixels, levels) {
+    const {tile, tiles, loaded} = pieces;
     const columns = cellsUnder(pixels, view.x, {factor: 1, size}).first;
     const rows = cellsUnder(pixels, view.y, {factor: 1, size}).first;
     for (let p = 0; p < pixels; ++p) {
         let out = (pixels - 1 - p) * pixels;
         for (let q = 0; q < pixels; ++q, ++out) {
-            const i = columns[q], j = rows[p] + (view.kind === "lag" ? i : 0);
+            const i = columns[q],
+                j = rows[p] + (view.kind === "lag" ? i : 0);
             if (j < size && loaded[Math.floor(j / tile) * tiles + Math.floor(i / tile)])
                 levels[out] = cells[j * size + i];
         }
@@ -133,25 +152,22 @@ let buffers = {pixels: 0};
 function levelsOf(gabarit, levels, inside) {
     const {pixels} = buffers;
     let layer = layerFor(gabarit.layers, pixels);
-    const detail = layer.square;
+    const detail = layer.pieces;
     if (detail) {
-        const end = Math.min(n, view.x + view.span), top = Math.min(n, view.y + view.span);
-        gabarit.ask(view.x, end, ...view.kind === "lag" ? [view.x + view.y, Math.min(n, end + top)] : [view.y, top]);
+        const end = Math.min(n, view.x + view.span),
+            top = Math.min(n, view.y + view.span);
+        gabarit.ask(view.x, end, ...(view.kind === "lag" ? [view.x + view.y, Math.min(n, end + top)] : [view.y, top]));
         layer = gabarit.layers[1];
     }
-    if (view.kind === "lag")
-        lagLevels(layer, pixels, levels, inside);
-    else
-        squareLevels(layer, pixels, levels);
-    if (detail)
-        addLoadedLevels(gabarit.layers[0], pixels, levels);
+    if (view.kind === "lag") lagLevels(layer, pixels, levels, inside);
+    else squareLevels(layer, pixels, levels);
+    if (detail) addLoadedLevels(gabarit.layers[0], pixels, levels);
 }
 
 /** Draws what is seen on a canvas of square shape. */
 function paintSquare(canvas, gabarits) {
     const pixels = canvas.width;
-    if (n === 0 || pixels === 0)
-        return;
+    if (n === 0 || pixels === 0) return;
     if (buffers.pixels !== pixels) {
         const count = pixels * pixels;
         const image = new ImageData(pixels, pixels);
@@ -171,9 +187,7 @@ function paintSquare(canvas, gabarits) {
     const [a, b] = levels;
     const map = both && gabarits.length > 1 ? hueMaps[0] : colorMaps[view.map];
     const [, other] = hueMaps;
-    if (view.kind === "square" && shown.length === 1)
-        for (let p = 0; p < colors.length; ++p)
-            colors[p] = map[a[p]];
+    if (view.kind === "square" && shown.length === 1) for (let p = 0; p < colors.length; ++p) colors[p] = map[a[p]];
     else
         for (let p = 0; p < colors.length; ++p)
             colors[p] = inside[p] === 0 ? 0 : map[a[p]] + (shown.length > 1 ? other[b[p]] : 0);

@@ -5,8 +5,7 @@ const parts = facts.sections ?? [];
 /** One color a letter, all light enough for dark text. */
 const partColors = new Map();
 for (const {label} of parts)
-    if (!partColors.has(label))
-        partColors.set(label, `hsl(${Math.round(35 + partColors.size * 137.5) % 360} 62% 74%)`);
+    if (!partColors.has(label)) partColors.set(label, `hsl(${Math.round(35 + partColors.size * 137.5) % 360} 62% 74%)`);
 
 function partButton(part, name) {
     const button = document.createElement("button");
@@ -32,25 +31,28 @@ function fillParts() {
         row.insertCell().textContent = clock(part.end);
     }
     for (const axis of ["x", "y"])
-        document.getElementById(`bars-${axis}`).append(...parts.map((part) => {
-            const bar = partButton(part, part.label);
-            bar.tabIndex = -1;
-            return bar;
-        }));
+        document.getElementById(`bars-${axis}`).append(
+            ...parts.map((part) => {
+                const bar = partButton(part, part.label);
+                bar.tabIndex = -1;
+                return bar;
+            })
+        );
     document.getElementById("labels").addEventListener("click", saveLabels);
 }
 
 /** Lays the bars beside what is seen of the axes. */
 function placeParts() {
-    const layAlong = (bars, from, start, size) => parts.forEach((part, k) => {
-        const begin = Math.max((placeOf(part.start) - from) / view.span, 0);
-        const end = Math.min((placeOf(part.end) - from) / view.span, 1);
-        const bar = bars.children[k];
-        bar.hidden = end <= begin;
-        bar.style[start] = `${100 * begin}%`;
-        bar.style[size] = `${100 * Math.max(end - begin, 0)}%`;
-        bar.textContent = (end - begin) * square.clientWidth > 10 ? part.label : "";
-    });
+    const layAlong = (bars, from, start, size) =>
+        parts.forEach((part, k) => {
+            const begin = Math.max((placeOf(part.start) - from) / view.span, 0);
+            const end = Math.min((placeOf(part.end) - from) / view.span, 1);
+            const bar = bars.children[k];
+            bar.hidden = end <= begin;
+            bar.style[start] = `${100 * begin}%`;
+            bar.style[size] = `${100 * Math.max(end - begin, 0)}%`;
+            bar.textContent = (end - begin) * square.clientWidth > 10 ? part.label : "";
+        });
     layAlong(document.getElementById("bars-x"), view.x, "left", "width");
     layAlong(document.getElementById("bars-y"), view.y, "bottom", "height");
     document.getElementById("bars-y").style.visibility = view.kind === "lag" ? "hidden" : "visible";
@@ -62,8 +64,7 @@ let marked = null;
 function markPart(seconds) {
     const {rows} = document.querySelector("#sections tbody");
     const row = rows[parts.findIndex(({start, end}) => seconds >= start && seconds < end)];
-    if (row === marked)
-        return;
+    if (row === marked) return;
     marked?.removeAttribute("aria-current");
     row?.setAttribute("aria-current", "true");
     marked = row;

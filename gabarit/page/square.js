@@ -8,8 +8,7 @@ const n = facts.times.length;
 function bytesOf(base64) {
     const text = atob(base64);
     const bytes = new Uint8Array(text.length);
-    for (let k = 0; k < text.length; ++k)
-        bytes[k] = text.charCodeAt(k);
+    for (let k = 0; k < text.length; ++k) bytes[k] = text.charCodeAt(k);
     return bytes;
 }
 
@@ -70,7 +69,10 @@ function halved({size, cells, factor}) {
         for (let j = 0; j < half; ++j) {
             const low = 2 * j;
             const high = Math.min(low + 1, size - 1);
-            const a = cells[left + low], b = cells[left + high], c = cells[right + low], d = cells[right + high];
+            const a = cells[left + low],
+                b = cells[left + high],
+                c = cells[right + low],
+                d = cells[right + high];
             pooled[i * half + j] = (a + b + c + d + 4 * Math.max(a, b, c, d)) / 8;
         }
     }
@@ -85,28 +87,25 @@ class Gabarit {
         this.asked = new Set();
     }
 
-    /** Layers from fine to coarse: {size, cells, factor, isLoaded if not all cells are there}. */
+    /** Layers from fine to coarse: {size, cells, factor, and pieces where not all cells are there}. */
     async open(lines) {
         const {overview} = facts;
         const inside = overview ? new TiledSquare(overview.size, facts.tile) : this.square;
         const pending = [];
         for (let ti = 0; ti < inside.tiles; ++ti)
-            for (let tj = ti; tj < inside.tiles; ++tj)
-                pending.push(inside.add(ti, tj, lines.shift()));
+            for (let tj = ti; tj < inside.tiles; ++tj) pending.push(inside.add(ti, tj, lines.shift()));
         await Promise.all(pending);
         this.layers = [{size: n, cells: this.square.cells, factor: 1}];
         if (overview) {
-            this.layers[0].square = this.square;
+            this.layers[0].pieces = this.square;
             this.layers.push({size: overview.size, cells: inside.cells, factor: overview.factor});
         }
-        while (this.layers.at(-1).size > 256)
-            this.layers.push(halved(this.layers.at(-1)));
+        while (this.layers.at(-1).size > 256) this.layers.push(halved(this.layers.at(-1)));
     }
 
     /** The byte of a cell; undefined outside, and where its piece isn't there yet. */
     level(i, j) {
-        if (!(i >= 0 && i < n && j >= 0 && j < n) || !this.square.isLoaded(i, j))
-            return undefined;
+        if (!(i >= 0 && i < n && j >= 0 && j < n) || !this.square.isLoaded(i, j)) return undefined;
         return this.square.cells[i * n + j];
     }
 
@@ -117,8 +116,7 @@ class Gabarit {
         for (let ti = Math.floor(iFrom / tile); ti * tile < iTo; ++ti)
             for (let tj = Math.floor(jFrom / tile); tj * tile < jTo; ++tj) {
                 const name = `${this.index}-${Math.min(ti, tj)}-${Math.max(ti, tj)}.js`;
-                if (this.asked.has(name) || this.square.isLoaded(ti * tile, tj * tile))
-                    continue;
+                if (this.asked.has(name) || this.square.isLoaded(ti * tile, tj * tile)) continue;
                 this.asked.add(name);
                 const script = document.createElement("script");
                 script.src = besidePage(name);
@@ -136,13 +134,12 @@ function besidePage(name) {
 /** The moment nearest to a time. */
 function momentAt(seconds) {
     const {times} = facts;
-    let low = 0, high = n - 1;
+    let low = 0,
+        high = n - 1;
     while (high - low > 1) {
         const middle = (low + high) >> 1;
-        if (times[middle] <= seconds)
-            low = middle;
-        else
-            high = middle;
+        if (times[middle] <= seconds) low = middle;
+        else high = middle;
     }
     return n > 1 && seconds - times[low] > times[high] - seconds ? high : low;
 }
@@ -157,8 +154,13 @@ const secondsAt = (place) => (place - 0.5) * stepSeconds + firstSeconds;
 function clock(seconds, decimals = 1) {
     const units = Math.round(Math.abs(seconds) * 10 ** decimals);
     const whole = Math.floor(units / 10 ** decimals);
-    const hours = Math.floor(whole / 3600), minutes = Math.floor(whole / 60) % 60;
+    const hours = Math.floor(whole / 3600),
+        minutes = Math.floor(whole / 60) % 60;
     const pad = (number, width) => String(number).padStart(width, "0");
-    return (seconds < 0 && units > 0 ? "-" : "") + (hours > 0 ? `${hours}:${pad(minutes, 2)}` : String(minutes)) +
-        `:${pad(whole % 60, 2)}` + (decimals > 0 ? `.${pad(units % 10 ** decimals, decimals)}` : "");
+    return (
+        (seconds < 0 && units > 0 ? "-" : "") +
+        (hours > 0 ? `${hours}:${pad(minutes, 2)}` : String(minutes)) +
+        `:${pad(whole % 60, 2)}` +
+        (decimals > 0 ? `.${pad(units % 10 ** decimals, decimals)}` : "")
+    );
 }
