@@ -1,102 +1,41 @@
 #pragma once
 
-#include <utility>
-
 #include "fft/butterflies.h"
 
 namespace libfft {
 
-/// Transforms of 2, 3, 4 and 5 real values, in place. The results are in halfcomplex order: bin 0, then real and
+/// Transform of 2 to 5 real values, in place: that of complex values without
+/// imaginary parts. The results are in halfcomplex order: bin 0, then real and
 /// imaginary part in turn.
-template <class T>
-void forward_first(T (&x)[2])
+template <int RADIX, class T>
+void forward_first(T (&x)[RADIX])
 {
-    x[1] = std::exchange(x[0], x[0] + x[1]) - x[1];
+    complex_value<T> z[RADIX];
+    for (int j = 0; j < RADIX; ++j)
+        z[j] = {x[j], T(0)};
+    butterfly(z);
+    x[0] = z[0].real;
+    for (int h = 1; h < RADIX; ++h)
+        x[h] = h % 2 == 1 ? z[(h + 1) / 2].real : z[h / 2].imag;
 }
 
-template <class T>
-void forward_first(T (&x)[3])
+/// The way back, without a factor: bin RADIX - m is the conjugate of bin m.
+template <int RADIX, class T>
+void inverse_first(T (&x)[RADIX])
 {
-    using constants = butterfly_constants<T>;
-    const T sum = x[1] + x[2];
-    x[2] = constants::sin_third * (x[2] - x[1]);
-    x[1] = x[0] + constants::cos_third * sum;
-    x[0] += sum;
+    complex_value<T> z[RADIX] = {{T(0), x[0]}};
+    for (int m = 1; 2 * m <= RADIX; ++m) {
+        const complex_value<T> bin = {x[2 * m - 1], 2 * m < RADIX ? x[2 * m] : T(0)};
+        z[m] = swap_parts(bin);
+        z[RADIX - m] = swap_parts(2 * m < RADIX ? conjugate(bin) : bin);
+    }
+    butterfly(z);
+    for (int j = 0; j < RADIX; ++j)
+        x[j] = z[j].imag;
 }
 
-template <class T>
-void forward_first(T (&x)[4])
-{
-    const T even = x[0] + x[2], odd = x[1] + x[3];
-    const T real = x[0] - x[2], imag = x[3] - x[1];
-    x[0] = even + odd;
-    x[1] = real;
-    x[2] = imag;
-    x[3] = even - odd;
-}
-
-template <class T>
-void forward_first(T (&x)[5])
-{
-    using constants = butterfly_constants<T>;
-    const T outer_sum = x[1] + x[4], inner_sum = x[2] + x[3];
-    const T outer = x[4] - x[1], inner = x[3] - x[2];
-    x[1] = x[0] + constants::cos_fifth * outer_sum + constants::cos_two_fifths * inner_sum;
-    x[2] = constants::sin_fifth * outer + constants::sin_two_fifths * inner;
-    x[3] = x[0] + constants::cos_two_fifths * outer_sum + constants::cos_fifth * inner_sum;
-    x[4] = constants::sin_two_fifths * outer - constants::sin_fifth * inner;
-    x[0] += outer_sum + inner_sum;
-}
-
-/// The way back, without a factor.
-template <class T>
-void inverse_first(T (&x)[2])
-{
-    forward_first(x);
-}
-
-template <class T>
-void inverse_first(T (&x)[3])
-{
-    using constants = butterfly_constants<T>;
-    const T real = T(2) * x[1];
-    const T imag = T(2) * constants::sin_third * x[2];
-    const T middle = x[0] + constants::cos_third * real;
-    x[0] += real;
-    x[1] = middle - imag;
-    x[2] = middle + imag;
-}
-
-template <class T>
-void inverse_first(T (&x)[4])
-{
-    const T even = x[0] + x[3], odd = x[0] - x[3];
-    const T real = T(2) * x[1], imag = T(2) * x[2];
-    x[0] = even + real;
-    x[1] = odd - imag;
-    x[2] = even - real;
-    x[3] = odd + imag;
-}
-
-template <class T>
-void inverse_first(T (&x)[5])
-{
-    using constants = butterfly_constants<T>;
-    const T real1 = T(2) * x[1], imag1 = T(2) * x[2];
-    const T real2 = T(2) * x[3], imag2 = T(2) * x[4];
-    const T middle1 = x[0] + constants::cos_fifth * real1 + constants::cos_two_fifths * real2;
-    const T middle2 = x[0] + constants::cos_two_fifths * real1 + constants::cos_fifth * real2;
-    const T turned1 = constants::sin_fifth * imag1 + constants::sin_two_fifths * imag2;
-    const T turned2 = constants::sin_two_fifths * imag1 - constants::sin_fifth * imag2;
-    x[0] += real1 + real2;
-    x[1] = middle1 - turned1;
-    x[2] = middle2 - turned2;
-    x[3] = middle2 + turned2;
-    x[4] = middle1 + turned1;
-}
-
-/// The last column of an even number: bins half way between those of the first column, real and imaginary part in
-/// turn.
+/// The last column of an even number: bins half way between those of the first
+/// column, real and imaginary part in turn.
 template <class T>
 void forward_last(T (&x)[2])
 {
