@@ -11,16 +11,16 @@ struct rational {
     std::uint32_t numerator, denominator;
 };
 
-/// The first fraction of the continued fraction of `x`, by nearest integers, that is within 1e-12 of it. A number
-/// that has none, as an infinite one, gets some fraction.
+/// The first fraction of the continued fraction of `x`, by nearest integers, that lies within 1e-12 of it. An infinite
+/// or undefined number gets some fraction.
 rational rational_ratio(double x);
 
-/// The measures of a resampling filter: a lowpass on the grid of the input with `up` - 1 zeros after each sample,
-/// of which the output takes each `down`-th point.
+/// The sizes of a resampling filter. It works on the input with `up` - 1 zeros after each sample; the output takes each
+/// `down`-th value of the result.
 struct filter_sizes {
     std::int64_t up = 1, down = 1;
     std::int64_t length = 0;  ///< coefficients, those for the padding included
-    std::int64_t padding = 0; ///< zeros in front, so that an output falls on the centre
+    std::int64_t padding = 0; ///< zeros in front, so that an output falls on the center
     std::int64_t taps = 0;    ///< length of one phase, even
     std::int64_t latency = 0; ///< outputs of the filter's delay, dropped at the start and made up by flush()
 };

@@ -13,7 +13,7 @@ using readsnd::FileObj;
 
 namespace {
 
-void open_file(FileObj& file, int number, const char* path)
+void open_file(FileObj& file, std::size_t number, const char* path)
 {
     if (path == nullptr)
         throw std::invalid_argument("invalid path at position " + std::to_string(number));
@@ -35,14 +35,14 @@ void check_alike(const FileObj& first, const char* first_path, const FileObj& ot
 
 } // namespace
 
-SplitReader::SplitReader(int n_paths, const char* const* paths) : file_count(n_paths)
+SplitReader::SplitReader(int n_paths, const char* const* paths) : file_count(static_cast<std::size_t>(n_paths))
 {
     if (n_paths < 2)
         throw std::logic_error("internal error: invalid path count for split file");
-    files = std::make_unique<FileObj[]>(static_cast<std::size_t>(n_paths));
+    files = std::make_unique<FileObj[]>(file_count);
     std::int64_t total = 0;
-    for (int i = 0; i < n_paths; ++i) {
-        FileObj& file = files.get()[i];
+    for (std::size_t i = 0; i < file_count; ++i) {
+        FileObj& file = files[i];
         open_file(file, i, paths[i]);
         if (i > 0)
             check_alike(files[0], paths[0], file, paths[i]);
@@ -75,8 +75,8 @@ int SplitReader::read(double* buffer, int start_frame, int n_frames)
     if (!direct)
         sum_channels(values, first.channels(), n_frames, buffer);
 
-    for (int f = 1; f < file_count; ++f) {
-        FileObj& file = files.get()[f];
+    for (std::size_t f = 1; f < file_count; ++f) {
+        FileObj& file = files[f];
         if (file.read(values, start_frame, n_frames) != got)
             throw std::runtime_error("error reading split files: inconsistent eof");
         if (file.channels() > 1)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -37,7 +38,7 @@ private:
     std::unique_ptr<readsnd::FileObj[]> files;
     std::vector<double> scratch; // interleaved frames of one file
     double scale = 0.0;          // 1 / channels of all files
-    int file_count;
+    std::size_t file_count;
     int max_channels = 0;
 };
 

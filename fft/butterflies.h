@@ -3,7 +3,7 @@
 namespace libfft {
 
 /// A complex number, or several side by side where T is a vector type. The product of std::complex asks for NaN and
-/// keeps loops from vectorising; this one is the plain formula.
+/// keeps loops from vectorizing; this one is the plain formula.
 template <class T>
 struct complex_value {
     T real, imag;

@@ -43,7 +43,7 @@ void store(const complex_value<V>& values, T* real, T* imag)
     std::memcpy(imag, &values.imag, sizeof(V));
 }
 
-// The pointers are parameters, since only there does the compiler heed __restrict and vectorise the pass with V = T
+// The pointers are parameters, since only there does the compiler heed __restrict and vectorize the pass with V = T
 // over p.
 template <class V, class T>
 void split_transforms(const T* __restrict in_real, const T* __restrict in_imag, T* __restrict out_real,

@@ -20,7 +20,7 @@ using std::numbers::pi;
 
 constexpr char source_path[] = "tavel/sig_proc/tavel_firls";
 
-// Even coefficients, or odd ones that turn the phase by a quarter circle back or forth.
+// Of the coefficients about their center: even, or odd with one sign or the other.
 enum class symmetry { even, hilbert, differentiator, unsupported };
 
 symmetry symmetry_of(std::string ftype)
@@ -36,7 +36,8 @@ symmetry symmetry_of(std::string ftype)
     return symmetry::unsupported;
 }
 
-// The arguments are judged in this order. An order that doesn't fit its filter grows by one on the way.
+// The first check that fails is the one reported. An even filter of odd order has a zero at the Nyquist frequency:
+// where it must pass there, the order grows by one.
 void check_arguments(int& order, const Vector<double>& f, const Vector<double>& a, const Vector<double>& w,
                      symmetry kind)
 {
@@ -81,14 +82,15 @@ std::vector<band> bands_of(const Vector<double>& f, const Vector<double>& a, con
         const double slope = (a[s + 1] - a[s]) / (high - low), offset = a[s] - slope * low;
         const double root_weight = root_weights[s / 2];
         const bool weighted = kind == symmetry::differentiator && std::abs(a[s]) + std::abs(a[s + 1]) > 0.0;
-        // With an offset the weighted integral diverges at 0; published practice begins it just above.
+        // The integral of offset * sin(2 pi k f) / f^2 diverges at f = 0, so the band begins just above.
         const double begin = weighted && low == 0.0 && offset != 0.0 ? 1e-5 : low;
         bands.push_back({begin, high, slope, offset, root_weight * root_weight, weighted});
     }
     return bands;
 }
 
-// True where the bands touch, so that the basis is orthogonal over them as long as they weigh the same.
+// Whether each band begins where the one before ends. The basis functions are then orthogonal over all bands together,
+// as long as the bands have equal weights, and no system has to be solved.
 bool bands_touch(const Vector<double>& f)
 {
     bool touch = f.size > 2;
@@ -102,7 +104,7 @@ double sinc(double x)
     return x == 0.0 ? 1.0 : std::sin(pi * x) / (pi * x);
 }
 
-// Integrals of the desired amplitude times cos(2 pi k f) over the bands, for each k.
+// For each k, the integral over the bands of weight * (slope * f + offset) * cos(2 pi k f).
 Vector<double> cosine_integrals(const std::vector<band>& bands, const Vector<double>& k)
 {
     Vector<double> b(k.size, 0.0, true);
@@ -123,7 +125,7 @@ Vector<double> cosine_integrals(const std::vector<band>& bands, const Vector<dou
     return b;
 }
 
-// Integral of (slope * f + offset) * sin(2 pi k f) from 0 to the edge, up to a constant.
+// For each k, an antiderivative of (slope * f + offset) * sin(2 pi k f) at the edge.
 Vector<double> sine_primitive(const band& s, double edge, const Vector<double>& k)
 {
     Vector<double> values(k.size);
@@ -135,7 +137,7 @@ Vector<double> sine_primitive(const band& s, double edge, const Vector<double>& 
     return values;
 }
 
-// The same with the integrand divided by f^2.
+// For each k, an antiderivative of (slope * f + offset) * sin(2 pi k f) / f^2 at the edge.
 Vector<double> weighted_sine_primitive(const band& s, double edge, const Vector<double>& k)
 {
     Vector<double> values = sinint(2.0 * pi * edge * k) * s.slope;
@@ -149,7 +151,8 @@ Vector<double> weighted_sine_primitive(const band& s, double edge, const Vector<
     return values;
 }
 
-// Integrals of the desired amplitude times sin(2 pi k f) over the bands, for each k.
+// For each k, the integral over the bands of weight * (slope * f + offset) * sin(2 pi k f), divided by f^2 in the bands
+// that are weighted so.
 Vector<double> sine_integrals(const std::vector<band>& bands, const Vector<double>& k)
 {
     Vector<double> b(k.size, 0.0, true);
@@ -160,8 +163,8 @@ Vector<double> sine_integrals(const std::vector<band>& bands, const Vector<doubl
     return b;
 }
 
-// Integral of cos(2 pi n f) / 2 from 0 to the edge, for n = 0, 1, ...; divided by f^2, and less a constant that no
-// difference of two entries shows, where the band is weighted so.
+// For n = 0, 1, ..., the integral of cos(2 pi n f) / 2 from 0 to the edge; in a band weighted by 1 / f^2, that of
+// (cos(2 pi n f) - 1) / (2 f^2), which converges at 0. There only differences of two values are used, without the 1.
 Vector<double> half_cosine_primitive(const band& s, double edge, int count)
 {
     Vector<double> values(count);
@@ -181,8 +184,9 @@ Vector<double> half_cosine_primitive(const band& s, double edge, int count)
     return values;
 }
 
-// Inner products of the basis over the bands. Sums and differences of k are whole numbers, so a table of them serves
-// all pairs.
+// Inner products of the basis functions over the bands. With T(n) the integral of cos(2 pi n f) / 2 over the bands,
+// that of two cosines is T(r - c) + T(r + c), that of two sines T(r - c) - T(r + c), r and c being their values of k.
+// Sums and differences of two k are whole numbers, so T is a table.
 Matrix<double> gram_matrix(const std::vector<band>& bands, const Vector<double>& k, bool even)
 {
     const auto whole = [](double n) { return static_cast<int>(std::abs(n)); };
@@ -200,11 +204,11 @@ Matrix<double> gram_matrix(const std::vector<band>& bands, const Vector<double>&
     return gram;
 }
 
-// The coefficients in the order of time, from those of the basis.
+// The coefficients of the filter in the order of time, from those of the basis functions.
 Vector<double> impulse_response(const Vector<double>& a, int taps, symmetry kind)
 {
     Vector<double> h(taps);
-    const int first = taps % 2 != 0 && kind == symmetry::even ? 1 : 0; // a[0] is the centre's own
+    const int first = taps % 2 != 0 && kind == symmetry::even ? 1 : 0; // a[0] belongs to the center alone
     if (first == 1)
         h[taps / 2] = a[0];
     for (int i = first; i < a.size; ++i) {

@@ -16,7 +16,7 @@ namespace tavel {
 ///               and IV); "d" or "differentiator" for the same with the bands that pass weighted by 1 / f^2. Case
 ///               doesn't matter.
 /// @return a row of order + 1 coefficients
-/// @throws tavel::error for each argument that is not as told, and as mldivide
+/// @throws tavel::error for an argument that is none of these, and what mldivide throws
 /// Method: T. W. Parks, C. S. Burrus, "Digital Filter Design", Wiley, 1987, pp. 54-83.
 Vector<double> firls(int order, const Vector<double>& f, const Vector<double>& a, const Vector<double>& w = {},
                      const std::string& ftype = "");
