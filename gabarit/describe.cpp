@@ -47,8 +47,9 @@ json facts_of(const std::string& path)
                          {"features_modeling_length", setting(made_with.modeling_window)},
                          {"window_grid_hop", setting(made_with.modeling_step)}};
     facts["table"] = json::object();
+    auto& table = facts["table"].get_ref<json::object_t&>(); // whose own way in compares with all names that are there
     for (const Quillon::NameValue& entry : gabarit.table())
-        facts["table"][entry.name] = entry.value;
+        table.emplace_back(entry.name, entry.value);
     const information& info = gabarit.info();
     facts["info"] = {{"gabmode", info.mode},
                      {"samplerate", info.sample_rate_hz},

@@ -19,6 +19,8 @@ namespace layout = Quillon::gabarit_layout;
 
 namespace {
 
+constexpr std::uint64_t most_table_bytes = 16 << 20;
+
 std::ifstream open(const std::string& path)
 {
     std::error_code unknown;
@@ -58,19 +60,15 @@ void reader::read_until_info()
 
 namespace {
 
-// Control characters, those of C1 among them, line and paragraph separators, and marks that turn the direction of what
-// follows: U+0000 to U+001F, U+007F to U+009F, U+061C, U+200E, U+200F, U+2028 to U+202E, U+2066 to U+2069.
+// Controls of one byte and of two, breaks of lines, and what turns the direction of a text.
 bool is_control(std::string_view character)
 {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(character[i]); };
+    const auto first = static_cast<unsigned char>(character[0]);
     if (character.size() == 1)
-        return byte(0) < 0x20 || byte(0) == 0x7f;
-    if (character.size() == 2)
-        return (byte(0) == 0xc2 && byte(1) < 0xa0) || (byte(0) == 0xd8 && byte(1) == 0x9c);
-    if (character.size() != 3 || byte(0) != 0xe2)
-        return false;
-    return (byte(1) == 0x80 && (byte(2) == 0x8e || byte(2) == 0x8f || (byte(2) >= 0xa8 && byte(2) <= 0xae))) ||
-           (byte(1) == 0x81 && byte(2) >= 0xa6 && byte(2) <= 0xa9);
+        return first < 0x20 || first == 0x7f;
+    static constexpr std::string_view marks[] = {"\u061c", "\u200e", "\u200f", "\u2028", "\u2029", "\u202a", "\u202b",
+                                                 "\u202c", "\u202d", "\u202e", "\u2066", "\u2067", "\u2068", "\u2069"};
+    return (first == 0xc2 && static_cast<unsigned char>(character[1]) < 0xa0) || std::ranges::count(marks, character);
 }
 
 } // namespace
@@ -98,17 +96,42 @@ void reader::skip_matrices()
 
 void reader::read_table()
 {
-    for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);)
-        if (matrix.signature == Quillon::table_signature)
-            for (const Quillon::NameValue& entry : Quillon::parse_table(sdif_.read_text(), sdif_.data_offset()))
-                table_.push_back({showable(entry.name), showable(entry.value)});
+    for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);) {
+        if (matrix.signature != Quillon::table_signature)
+            continue;
+        table_bytes_ += std::uint64_t{matrix.rows} * matrix.columns; // less than the file
+        if (table_bytes_ > most_table_bytes)
+            throw FormatError(matrix.offset + 8, "the name-value tables take more than 16 MB");
+        for (const Quillon::NameValue& entry : Quillon::parse_table(sdif_.read_text(), sdif_.data_offset())) {
+            table_.push_back({showable(entry.name), showable(entry.value)});
+            if (!names_.insert(table_.back().name).second)
+                throw FormatError(sdif_.data_offset(),
+                                  "two entries of the table are named '" + table_.back().name + "'");
+        }
+    }
+}
+
+// Moves on in a frame of the gabarit's own, in which no kind of matrix comes twice.
+bool reader::next_own_matrix(MatrixHeader& matrix, unsigned& seen)
+{
+    if (!sdif_.next_matrix(matrix))
+        return false;
+    unsigned mark = 1;
+    for (const layout::matrix_layout& known : {layout::info, layout::channel_map, layout::frame_info, layout::data}) {
+        if (matrix.signature == known.signature && (seen & mark) != 0)
+            throw FormatError(matrix.offset, "a frame has two matrices " + Quillon::signature_text(known.signature));
+        seen |= matrix.signature == known.signature ? mark : 0;
+        mark <<= 1;
+    }
+    return true;
 }
 
 // A frame of this type without its matrix is none.
 bool reader::read_info_frame()
 {
     bool found = false;
-    for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);) {
+    unsigned seen = 0;
+    for (MatrixHeader matrix{}; next_own_matrix(matrix, seen);) {
         if (matrix.signature != layout::info.signature)
             continue;
         if (matrix.rows != 1 || matrix.columns != layout::info.columns.size())
@@ -195,10 +218,22 @@ bool reader::next_column(column& read)
     return true;
 }
 
+void reader::read_again(std::uint64_t offset, column& read)
+{
+    FrameHeader frame{};
+    sdif_.go_to(offset);
+    if (!sdif_.next_frame(frame))
+        throw FormatError(offset, "the file became shorter");
+    read.offset = offset;
+    read.time_seconds = frame.time;
+    read_data_frame(read);
+}
+
 void reader::read_data_frame(column& read)
 {
     bool found = false;
-    for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);) {
+    unsigned seen = 0;
+    for (MatrixHeader matrix{}; next_own_matrix(matrix, seen);) {
         if (matrix.signature != layout::data.signature)
             continue;
         if (matrix.type != layout::data.type)

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "quillon/gabarit_layout.h"
@@ -33,7 +34,8 @@ struct column {
     std::vector<unsigned char> similarity; ///< n values, 255: the same
 };
 
-/// A text with '_' for what can't be shown: controls, which could steer a terminal, and bytes that are no UTF-8.
+/// A text with '_' for what can't be shown: controls and marks of direction, which could steer a terminal or turn what
+/// it shows, and bytes that are no UTF-8.
 std::string showable(std::string_view text);
 
 /// Reads a gabarit from its start to its end, column by column, so that its size is no matter.
@@ -51,7 +53,7 @@ public:
 
     const information& info() const { return info_; }
 
-    /// Entries of the name-value tables, made showable.
+    /// Entries of the name-value tables, made showable; each name is there once. They take 16 MB at most.
     const std::vector<Quillon::NameValue>& table() const { return table_; }
 
     /// The value of that name, empty if there is none.
@@ -66,10 +68,14 @@ public:
     /// @return false after the last one, at the file's end
     bool next_column(column& read);
 
+    /// Reads a column again, by the offset that `next_column` gave; what `next_column` goes on with is undefined then.
+    void read_again(std::uint64_t offset, column& read);
+
 private:
     void read_until_info();
     void skip_matrices();
     void read_table();
+    bool next_own_matrix(Quillon::MatrixHeader& matrix, unsigned& seen);
     bool read_info_frame();
     void check_info(std::uint64_t offset);
     void check_time(const Quillon::FrameHeader& frame);
@@ -78,6 +84,8 @@ private:
     std::ifstream file_;
     Quillon::SDIFReader sdif_;
     std::vector<Quillon::NameValue> table_;
+    std::unordered_set<std::string> names_; // of the entries
+    std::uint64_t table_bytes_ = 0;
     information info_{};
     int size_ = 0;
     int columns_read_ = 0;

@@ -189,6 +189,8 @@ std::string_view trim(std::string_view text)
     return text.substr(first, text.find_last_not_of(white_space) + 1 - first);
 }
 
+constexpr std::size_t most_entries = 100000; // a few bytes of text become some hundred in memory
+
 // After a TAB the value is all that follows; blanks in its place may be any number.
 NameValue parse_entry(std::string_view entry)
 {
@@ -223,6 +225,8 @@ std::vector<NameValue> parse_table(std::string_view text, std::uint64_t offset)
         if (!in_braces && entry.ends_with(';'))
             entry.remove_suffix(1);
         entry.remove_prefix(std::min(entry.find_first_not_of(white_space), entry.size()));
+        if (!entry.empty() && entries.size() == most_entries)
+            throw FormatError(offset, "a name-value table has more than " + std::to_string(most_entries) + " entries");
         if (!entry.empty())
             entries.push_back(parse_entry(entry));
     }

@@ -49,6 +49,9 @@ public:
     /// @return false at the end of the file; the offset is then the file's size
     bool next_frame(FrameHeader& frame);
 
+    /// Lets the frame that stands at the offset be the next one.
+    void go_to(std::uint64_t frame_offset) { frame_end_ = frame_offset; }
+
     /// Moves to the next matrix of the frame.
     /// @return false after the last one, which must end where the frame ends
     bool next_matrix(MatrixHeader& matrix);
@@ -88,7 +91,7 @@ struct NameValue {
 /// Entries of a name-value table, in their order. Takes tables with and without braces, with a TAB or blanks after
 /// the name, with and without ';' at the end of an entry.
 /// @param offset  of the text in its file, for the error
-/// @throws FormatError if an opened brace isn't closed
+/// @throws FormatError if an opened brace isn't closed, and for more than 100000 entries
 std::vector<NameValue> parse_table(std::string_view text, std::uint64_t offset);
 
 } // namespace Quillon
