@@ -1,6 +1,7 @@
 #include "gabarit/comparison.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -8,7 +9,7 @@
 #include <stdexcept>
 
 #include "gabarit/reader.h"
-#include "picture/box_average.h"
+#include "picture/pooling.h"
 
 namespace gabarit {
 
@@ -72,13 +73,13 @@ void draw_difference(const std::string& one_path, const std::string& other_path,
 {
     reader one(one_path), other(other_path);
     const picture::picture_options options;
-    picture::square square;
-    square.cells = one.size();
-    square.pixels = picture::square_pixels(square.cells, picture_path, options);
-    square.title = showable(std::filesystem::path(one_path).filename().string() + " - " +
+    const int n = one.size();
+    picture::labels around;
+    around.title = showable(std::filesystem::path(one_path).filename().string() + " - " +
                             std::filesystem::path(other_path).filename().string());
-    square.subtitle = text_of(found);
-    picture::box_average average(square.cells, square.pixels);
+    around.subtitle = text_of(found);
+    const int side = picture::square_pixels(n, around, picture_path, options);
+    picture::pooling pool(n, side);
     double first = 0.0, last = 0.0;
     int columns = 0;
     for_each_pair(one, other, [&](const column& left, const column& right) {
@@ -86,15 +87,16 @@ void draw_difference(const std::string& one_path, const std::string& other_path,
         for (std::size_t i = 0; i < likeness.size(); ++i)
             likeness[i] = static_cast<unsigned char>(255 - 255 * std::abs(left.similarity[i] - right.similarity[i]) /
                                                                std::max(1, found.largest_step));
-        average.add_column(likeness.data());
+        pool.add_column(likeness.data());
         first = columns++ == 0 ? left.time_seconds : first;
         last = left.time_seconds;
     });
-    square.similarity = average.take_result();
+    const std::vector<unsigned char> pooled = pool.take_result();
     const double step = columns > 1 ? (last - first) / (columns - 1) : 0.0;
-    square.begin_seconds = first - step / 2.0;
-    square.end_seconds = last + step / 2.0;
-    picture::draw(square, picture_path, options, treatment);
+    around.begin_seconds = around.axis_begin = first - step / 2.0;
+    around.end_seconds = around.axis_end = last + step / 2.0;
+    const auto row = [&](int i) { return pooled.data() + std::ptrdiff_t{i} * side; };
+    picture::draw({n, side, row}, around, picture_path, options, treatment);
 }
 
 std::string text_of(const comparison& found)

@@ -75,7 +75,7 @@ void append_number(NUMBER number, std::string& line)
 std::string csv_header(const std::string& sdif_path)
 {
     reader gabarit(sdif_path);
-    std::string line = "time";
+    std::string line = "#time"; // so begun, the line is a header or a comment for programs that look at the first bytes
     for (column read{}; gabarit.next_column(read);) {
         line += ',';
         append_number(read.time_seconds, line);

@@ -53,7 +53,7 @@ summary::outcome analyse_and_draw(const job& one, const options& chosen, progres
         throw failure(cause_of(end.message), end.message);
     if (!one.picture.empty()) {
         try {
-            gabarit::draw(one.similarity, one.picture, {}, treatment);
+            gabarit::draw(one.similarity, one.picture, {.treatment = treatment});
         } catch (const std::exception& error) {
             throw failure(cause::output, name_file(error.what(), one.picture));
         }

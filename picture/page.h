@@ -1,23 +1,36 @@
 #pragma once
 
-#include <memory>
-
 #include <cairo.h>
 
 #include "picture/picture.h"
 
 namespace picture {
 
-using surface_ptr = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
+struct box {
+    double x, y, width, height;
 
-/// The square alone, as an image of its own. Failures stand in its status.
-surface_ptr square_image(const square& drawn, const picture_options& options);
+    double right() const { return x + width; }
+    double bottom() const { return y + height; }
+};
 
-/// Side of the square on a page of that side, both in pixels.
-int square_side_on_page(int page_pixels);
+/// Where the parts of a page stand, in pixels from its top left corner. Square and color scale lie on whole pixels, and
+/// nothing else is drawn there.
+struct page_layout {
+    double em;       ///< size of the letters
+    double side;     ///< of the page
+    bool from_top;   ///< the vertical axis begins there
+    box plot;        ///< the time axes
+    box square;      ///< the moments, within the plot
+    box color_scale; ///< from 0 at its foot to 255
+    box strip;       ///< above the plot and as wide: for a remark, or for marks along the time
+};
 
-/// Draws the square with its title, time axes and colour scale on white, from (0, 0) to (page_pixels, page_pixels).
-/// Failures stand in the context's status.
-void draw_page(cairo_t* context, int page_pixels, const square& drawn, const picture_options& options);
+page_layout lay_out(int page_pixels, const labels& around, const picture_options& options);
+
+/// Where a time stands from the left edge of the page.
+double x_of(double seconds, const page_layout& layout, const labels& around);
+
+/// Draws all but the square and the color scale, on white. Failures stand in the context's status.
+void draw_page(cairo_t* context, const page_layout& layout, const labels& around);
 
 } // namespace picture

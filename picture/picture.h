@@ -1,14 +1,14 @@
 #pragma once
 
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "picture/whole_file.h"
 
 namespace picture {
 
-/// Byte to colour: 255 is white in `gray`, black in `inverted`.
-enum class color_map { gray, inverted, cubehelix };
+/// Byte to colour: 255 is white in `gray`, black in `inverted`; the others go from dark to light.
+enum class color_map { gray, inverted, cubehelix, magma, viridis };
 
 struct picture_options {
     enum class origin { bottom, top };
@@ -19,27 +19,36 @@ struct picture_options {
     bool plain = false; ///< the square alone, a pixel per cell, without axes
 };
 
-/// What is drawn: a square of n by n cells, brought to a size in pixels.
+/// Smallest side of a picture with axes: its letters can still be read.
+inline constexpr int least_page_pixels = 300;
+
+/// What is drawn: a symmetric square of bytes.
 struct square {
-    int cells = 0;                         ///< n
-    int pixels = 0;                        ///< side of the square
-    std::vector<unsigned char> similarity; ///< pixels by pixels, column after column
-    double begin_seconds = 0.0;            ///< half a step before the first moment
-    double end_seconds = 0.0;              ///< half a step after the last one
-    std::string title;                     ///< name of the sound's file
-    std::string subtitle;                  ///< settings, empty if they are unknown
+    int cells = 0; ///< n; 0: nothing to draw
+    int side = 0;  ///< bytes in a row, and rows: n, or the pixels that the cells were brought to
+    std::function<const unsigned char*(int)> row{};
+};
+
+/// What stands around it.
+struct labels {
+    std::string title{};
+    std::string subtitle{};
+    std::string remark{};                          ///< what is special about the square, empty if nothing is
+    double begin_seconds = 0.0, end_seconds = 0.0; ///< of the square
+    double axis_begin = 0.0, axis_end = 0.0;       ///< of the axes, the square within
 };
 
 /// Whether the path ends in .png, .svg or .pdf.
 bool is_picture_path(const std::string& path);
 
-/// Side in pixels that a square of n cells is brought to for the picture of that name.
+/// Side in pixels that a square of n cells is best brought to for the picture of that name; n if as it is.
 /// @throws std::invalid_argument for another ending; std::runtime_error for a plain picture that would be too large
-int square_pixels(int cells, const std::string& path, const picture_options& options);
+int square_pixels(int cells, const labels& around, const std::string& path, const picture_options& options);
 
 /// Draws a square whose two axes are the time, in the form that the ending of the path names. The picture appears under
-/// its name once it is whole.
-/// @throws std::invalid_argument for another ending; std::runtime_error for a failing write
-void draw(const square& drawn, const std::string& path, const picture_options& options, existing treatment);
+/// its name once it is whole. A PNG has a byte a pixel and is written row by row.
+/// @throws std::invalid_argument for another ending or size; std::runtime_error for a failing write; what `row` throws
+void draw(const square& drawn, const labels& around, const std::string& path, const picture_options& options,
+          existing treatment);
 
 } // namespace picture

@@ -73,6 +73,11 @@ std::string label(double seconds, int decimals, bool with_hours)
 
 } // namespace
 
+std::string time_text(double seconds, int decimals)
+{
+    return label(seconds, decimals, seconds >= 3600.0);
+}
+
 std::vector<time_tick> time_ticks(double begin, double end, int most)
 {
     constexpr double longest = 1e9;
@@ -81,9 +86,10 @@ std::vector<time_tick> time_ticks(double begin, double end, int most)
     const spacing s = choose_spacing(end - begin, most);
     const int decimals = s.seconds >= 1.0 ? 0 : static_cast<int>(std::ceil(-std::log10(s.seconds) - 1e-9));
     const double part = s.seconds / s.parts;
+    constexpr double rounding = 1e-6; // of the ends, which are sums of steps
     std::vector<time_tick> ticks;
-    const std::int64_t last = std::llround(std::floor(end / part));
-    for (std::int64_t k = std::llround(std::ceil(begin / part)); k <= last; ++k) {
+    const std::int64_t last = std::llround(std::floor(end / part + rounding));
+    for (std::int64_t k = std::llround(std::ceil(begin / part - rounding)); k <= last; ++k) {
         const double seconds = static_cast<double>(k) * part;
         ticks.push_back({seconds, k % s.parts == 0 ? label(seconds, decimals, end >= 3600.0) : std::string()});
     }

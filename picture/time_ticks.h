@@ -5,6 +5,9 @@
 
 namespace picture {
 
+/// Minutes and seconds, with hours from the first on, rounded to so many decimals.
+std::string time_text(double seconds, int decimals);
+
 struct time_tick {
     double seconds;
     std::string label; ///< minutes and seconds, with hours if the axis reaches one; empty for a tick between two

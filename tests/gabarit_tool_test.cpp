@@ -1,34 +1,29 @@
 #include <sys/wait.h>
 
-#include <cmath>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <functional>
 
-#include <cairo.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "gabarit/describe.h"
 #include "gabarit/draw_gabarit.h"
 #include "gabarit/reader.h"
 #include "gabarit/verify.h"
-#include "picture/box_average.h"
-#include "picture/color_table.h"
-#include "picture/time_ticks.h"
+#include "picture/page.h"
 #include "similarity/write_gabarit.h"
 #include "tests/support/files.h"
+#include "tests/support/png.h"
 
 namespace {
 
-using picture::box_average;
 using picture::color_map;
-using picture::color_table;
 using picture::picture_options;
-using picture::time_tick;
-using picture::time_ticks;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -56,16 +51,21 @@ unsigned char similarity_of(int a, int b)
     return static_cast<unsigned char>(repeated ? 200 : std::max(0, 100 - 10 * (high - low)));
 }
 
-void write_example(const std::string& path, int n)
+void write_gabarit_of(const std::string& path, int n, const std::function<int(int, int)>& value)
 {
     tavel::Matrix<unsigned char> similarity(n, n);
     tavel::Vector<double> times(n);
     for (int i = 0; i < n; ++i) {
         times[i] = time_of(i);
         for (int j = 0; j < n; ++j)
-            similarity(j, i) = similarity_of(i, j);
+            similarity(j, i) = static_cast<unsigned char>(value(i, j));
     }
     veloria::write_gabarit(similarity, times, "/sounds/täglich.wav", command, 44100.0, 2, path);
+}
+
+void write_example(const std::string& path, int n)
+{
+    write_gabarit_of(path, n, similarity_of);
 }
 
 // What is wrong with a gabarit, nothing if it is whole.
@@ -83,6 +83,7 @@ std::string fault_of(const std::string& path)
 TEST(Gabarit, ReadsWhatIsWritten)
 {
     const test_folder folder;
+    EXPECT_EQ(gabarit::showable("a\tb\xc2\x9b\xe2\x80\xae\xe2\x80\xa8\xff\xe2\x80\xa6é"), "a_b____…é");
     for (const int n : {0, 1, 2, 60}) {
         SCOPED_TRACE(n);
         write_example(folder.path("g.sdif"), n);
@@ -106,6 +107,14 @@ TEST(Gabarit, ReadsWhatIsWritten)
     }
 }
 
+template <class NUMBER>
+std::string big_endian(NUMBER number)
+{
+    std::string bytes(sizeof number, '\0');
+    Quillon::store_big_endian(number, reinterpret_cast<unsigned char*>(bytes.data()));
+    return bytes;
+}
+
 TEST(Gabarit, VerifyNamesTheDamage)
 {
     const test_folder folder;
@@ -121,6 +130,9 @@ TEST(Gabarit, VerifyNamesTheDamage)
     const auto at = [](std::size_t offset, const std::string& text) {
         return "offset " + std::to_string(offset) + ": " + text;
     };
+    std::string cycle = whole; // with rows and columns of equal sums
+    cycle[last - 2 * frame + 65] = cycle[last - frame + 66] = cycle[last + 64] = 95;
+    cycle[last + 64] = 85;
     struct damage {
         std::string bytes, text;
     };
@@ -133,6 +145,13 @@ TEST(Gabarit, VerifyNamesTheDamage)
         {whole + whole.substr(last), at(last + frame, "there are more frames than the 3 announced")},
         {with(last + 8, "\x3f\xe0"), at(last + 8, "two frames have the same time")},
         {whole + "x", at(whole.size(), "the last 1 bytes are no frame")},
+        {whole + "what" + big_endian<std::uint32_t>(16) + big_endian(99.0) + std::string(8, '\0'), ""},
+        {whole.substr(0, last + 4) + big_endian<std::uint32_t>(64 + 24) + whole.substr(last + 8, 12) +
+             big_endian<std::uint32_t>(3) + whole.substr(last + 24) + whole.substr(last + 48),
+         at(last + frame, "a frame has two matrices 1GB0")},
+        {std::string(whole).replace(whole.find("GabaritMode"), 11, "NumChannels"),
+         at(56, "two entries of the table are named 'NumChannels'")},
+        {cycle, at(last - 2 * frame, "not symmetric: the values of frame 0 differ from those of the others for it")},
         {with(last + 64, "\x55"), at(last - 2 * frame, "not symmetric: the values of frame 0 differ from those of the "
                                                        "others for it")},
         {with(last + 66, "\xfe"), at(last, "frame 2 is not like itself: the diagonal has 254 instead of 255")},
@@ -153,6 +172,37 @@ TEST(Gabarit, VerifyNamesTheDamage)
         write(folder.path("g.sdif"), c.bytes);
         EXPECT_EQ(fault_of(folder.path("g.sdif")), c.text);
     }
+}
+
+// A gabarit with another name-value table.
+void write_with_table(const std::string& path, const std::string& text)
+{
+    write_example(path, 1);
+    const std::string whole = contents(path), padding((8 - text.size() % 8) % 8, '\0');
+    const std::size_t behind = whole.find("1TYP");
+    const auto bytes = static_cast<std::uint32_t>(text.size());
+    write(path, whole.substr(0, 20) + big_endian(static_cast<std::uint32_t>(16 + 16 + bytes + padding.size())) +
+                    whole.substr(24, 24) + big_endian(bytes) + big_endian<std::uint32_t>(1) + text + padding +
+                    whole.substr(behind));
+}
+
+TEST(Gabarit, TakesManyNamesInTimeAndRefusesTooMany)
+{
+    const test_folder folder;
+    std::string names;
+    for (int i = 0; i < 50000; ++i)
+        names += "name" + std::to_string(i) + "\tv\n";
+    write_with_table(folder.path("g.sdif"), names);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(nlohmann::json::parse(gabarit::describe(folder.path("g.sdif"), true))["table"].size(), 50000u);
+    EXPECT_EQ(gabarit::draw(folder.path("g.sdif"), folder.path("g.png"), {}).substr(0, 10), "one moment");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5)); // 16 where each looks at all others
+    for (int i = 0; i < 50001; ++i)
+        names += std::to_string(i) + "\n";
+    write_with_table(folder.path("g.sdif"), names);
+    EXPECT_THAT(fault_of(folder.path("g.sdif")), HasSubstr("more than 100000 entries"));
+    write_with_table(folder.path("g.sdif"), std::string((16 << 20) + 1, 'x'));
+    EXPECT_THAT(fault_of(folder.path("g.sdif")), HasSubstr("more than 16 MB"));
 }
 
 TEST(Gabarit, SurvivesEveryCutAndEveryFlippedBit)
@@ -178,100 +228,14 @@ TEST(Gabarit, SurvivesEveryCutAndEveryFlippedBit)
     }
 }
 
-// The plain form: the overlaps of each pixel with all cells. The cells are those of `cell(column, row)`.
-std::vector<unsigned char> averaged_plainly(int cells, int pixels, unsigned char (*cell)(int, int))
-{
-    const auto overlap = [&](int pixel, int i) {
-        return std::max(0, std::min((pixel + 1) * cells, (i + 1) * pixels) - std::max(pixel * cells, i * pixels));
-    };
-    std::vector<unsigned char> means;
-    for (int x = 0; x < pixels; ++x)
-        for (int y = 0; y < pixels; ++y) {
-            int sum = 0;
-            for (int c = 0; c < cells; ++c)
-                for (int r = 0; r < cells; ++r)
-                    sum += overlap(x, c) * overlap(y, r) * cell(c, r);
-            means.push_back(static_cast<unsigned char>((sum + cells * cells / 2) / (cells * cells)));
-        }
-    return means;
-}
-
-TEST(BoxAverage, WeighsCellsByTheirArea)
-{
-    const auto cell = [](int column, int row) { return static_cast<unsigned char>(37 * column + 11 * row); };
-    for (const int cells : {1, 2, 3, 7, 30})
-        for (const int pixels : {1, 2, 5, 30, 44}) {
-            SCOPED_TRACE(std::to_string(cells) + " to " + std::to_string(pixels));
-            box_average average(cells, pixels);
-            for (int c = 0; c < cells; ++c) {
-                std::vector<unsigned char> column;
-                for (int r = 0; r < cells; ++r)
-                    column.push_back(cell(c, r));
-                average.add_column(column.data());
-            }
-            EXPECT_EQ(average.take_result(), averaged_plainly(cells, pixels, cell));
-        }
-}
-
-TEST(TimeTicks, AreRoundAndFewAtAnyLength)
-{
-    for (double span = 0.03; span < 1e6; span *= 1.37) {
-        SCOPED_TRACE(span);
-        int labels = 0;
-        for (const time_tick& tick : time_ticks(0.25, 0.25 + span, 8)) {
-            double read = 0.0; // the label read as a time
-            std::istringstream label(tick.label);
-            for (std::string part; std::getline(label, part, ':');)
-                read = 60.0 * read + std::stod(part);
-            EXPECT_TRUE(tick.label.empty() || std::abs(read - tick.seconds) <= 1e-12 * read) << tick.label;
-            labels += !tick.label.empty();
-        }
-        EXPECT_TRUE(labels >= 2 && labels <= 9) << labels;
-    }
-    EXPECT_EQ(time_ticks(0.0, 60.0, 6).back().label, "1:00");
-    EXPECT_EQ(time_ticks(0.0, 3600.0, 6).back().label, "1:00:00");
-    EXPECT_EQ(time_ticks(-0.1, 0.0, 2).front().label, "-0:00.10");
-    for (const double end : {0.0, std::nan(""), 1e300})
-        EXPECT_TRUE(time_ticks(0.0, end, 6).empty());
-}
-
-TEST(ColorTable, RisesEvenlyInBrightness)
-{
-    const auto cubehelix = color_table(color_map::cubehelix);
-    EXPECT_EQ(cubehelix[128], 0xa1794au);
-    for (std::size_t i = 0; i < 256; ++i) {
-        const std::uint32_t c = cubehelix[i];
-        const double brightness = 0.30 * (c >> 16) + 0.59 * (c >> 8 & 0xff) + 0.11 * (c & 0xff);
-        EXPECT_NEAR(brightness, static_cast<double>(i), 0.501) << i; // each level is rounded by up to a half
-        EXPECT_EQ(color_table(color_map::gray)[i], 0x010101u * i);
-        EXPECT_EQ(color_table(color_map::inverted)[i], 0x010101u * (255 - i));
-    }
-}
-
-// The pixels of a PNG, 0xRRGGBB, from the top left corner.
-struct png {
-    int width, height;
-    std::vector<std::uint32_t> pixels;
-
-    explicit png(const std::string& path)
-    {
-        cairo_surface_t* const image = cairo_image_surface_create_from_png(path.c_str());
-        width = cairo_image_surface_get_width(image);
-        height = cairo_image_surface_get_height(image);
-        pixels.resize(static_cast<std::size_t>(width * height)); // a line of 4 bytes a pixel has no padding
-        std::memcpy(pixels.data(), cairo_image_surface_get_data(image), pixels.size() * sizeof pixels[0]);
-        cairo_surface_destroy(image);
-    }
-    std::uint32_t at(int x, int y) const { return pixels[static_cast<std::size_t>(y * width + x)] & 0xffffff; }
-};
-
 TEST(Picture, IsPlainCellByCell)
 {
     const test_folder folder;
     const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
     write_example(file, 60);
     for (const auto origin : {picture_options::origin::bottom, picture_options::origin::top}) {
-        gabarit::draw(file, out, {origin, color_map::inverted, 0, true}, picture::existing::replace);
+        gabarit::draw(file, out,
+                      {.look = {origin, color_map::inverted, 0, true}, .treatment = picture::existing::replace});
         const png drawn(out);
         ASSERT_EQ(drawn.width, 60);
         ASSERT_EQ(drawn.height, 60);
@@ -281,9 +245,42 @@ TEST(Picture, IsPlainCellByCell)
                 ASSERT_EQ(drawn.at(x, y), 0x010101u * (255u - similarity_of(x, row)));
             }
     }
-    gabarit::draw(file, out, {picture_options::origin::bottom, color_map::gray, 30, true}, picture::existing::replace);
+    gabarit::draw(file, out, {.look = {.pixels = 30, .plain = true}, .treatment = picture::existing::replace});
     EXPECT_EQ(png(out).width, 30);
     EXPECT_EQ(png(out).at(5, 29 - 20), 0x010101u * 200);
+}
+
+TEST(Picture, ShowsAStretchAndSaysWhyThereIsNothingToSee)
+{
+    const test_folder folder;
+    const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
+    write_example(file, 60);
+    const auto draw_stretch = [&](double from, double to) {
+        return gabarit::draw(
+            file, out,
+            {.look = {.plain = true}, .treatment = picture::existing::replace, .from_seconds = from, .to_seconds = to});
+    };
+    EXPECT_EQ(draw_stretch(time_of(40), time_of(52) - 0.01), "");
+    const png drawn(out);
+    ASSERT_EQ(drawn.width, 12);
+    for (int x = 0; x < 12; ++x)
+        for (int y = 0; y < 12; ++y)
+            ASSERT_EQ(drawn.at(x, 11 - y), 0x010101u * similarity_of(40 + x, 40 + y));
+    EXPECT_THAT(draw_stretch(5.0, 5.0), StartsWith("one moment, with nothing to compare: draw a longer stretch"));
+    EXPECT_THAT(draw_stretch(5.0, 5.25), StartsWith("two moments"));
+
+    const struct {
+        unsigned char others;
+        const char* remark;
+    } cases[] = {{0, "no two moments are alike"}, {255, "all moments are the same"}, {1, ""}};
+    for (const auto& c : cases) {
+        write_gabarit_of(file, 5, [&](int a, int b) { return a == b ? 255 : c.others; });
+        for (const bool plain : {false, true})
+            EXPECT_THAT(gabarit::draw(file, out, {.look = {.plain = plain}, .treatment = picture::existing::replace}),
+                        StartsWith(c.remark));
+    }
+    write_example(file, 0);
+    EXPECT_THAT(gabarit::draw(file, out, {.treatment = picture::existing::replace}), StartsWith("no moments"));
 }
 
 TEST(Picture, HasTheSizeAskedForAndEachCellInItsPlace)
@@ -291,17 +288,18 @@ TEST(Picture, HasTheSizeAskedForAndEachCellInItsPlace)
     const test_folder folder;
     const std::string file = folder.path("g.sdif"), out = folder.path("g.png");
     write_example(file, 60);
-    for (const int size : {100, 333, 1000}) {
-        gabarit::draw(file, out, {picture_options::origin::bottom, color_map::gray, size, false},
-                      picture::existing::replace);
+    for (const int size : {300, 333, 1000}) {
+        gabarit::draw(file, out, {.look = {.pixels = size}, .treatment = picture::existing::replace});
         EXPECT_EQ(png(out).width, size);
         EXPECT_EQ(png(out).height, size);
     }
     const png drawn(out);
-    const double left = 102.0, bottom = 899.0, side = 792.0; // of the square on a page of 1000
+    // Half a step around the moments; the axes from 0 to half a window behind the last one.
+    const picture::labels around{.begin_seconds = 0.125, .end_seconds = 15.125, .axis_begin = 0.0, .axis_end = 15.75};
+    const picture::box place = picture::lay_out(1000, around, {}).square;
     const auto cell = [&](int column, int row) {
-        return drawn.at(static_cast<int>(left + (column + 0.5) / 60.0 * side),
-                        static_cast<int>(bottom - (row + 0.5) / 60.0 * side));
+        return drawn.at(static_cast<int>(place.x + (column + 0.5) / 60.0 * place.width),
+                        static_cast<int>(place.bottom() - (row + 0.5) / 60.0 * place.height));
     };
     EXPECT_EQ(drawn.at(0, 0), 0xffffffu);
     for (int column = 0; column < 60; ++column)
@@ -361,7 +359,7 @@ TEST(Tool, ExportsNumbersThatReadBack)
     write_example(folder.path("g.sdif"), 3);
     for (const char* const out : {"g.npy", "g.csv"})
         ASSERT_EQ(run(folder, "export " + folder.path("g.sdif") + " " + folder.path(out)).status, 0);
-    EXPECT_EQ(contents(folder.path("g.csv")), "time,0.25,0.5,0.75\n0.25,255,90,80\n0.5,90,255,90\n0.75,80,90,255\n");
+    EXPECT_EQ(contents(folder.path("g.csv")), "#time,0.25,0.5,0.75\n0.25,255,90,80\n0.5,90,255,90\n0.75,80,90,255\n");
     const std::string square = contents(folder.path("g.npy")), times = contents(folder.path("g.times.npy"));
     ASSERT_TRUE(square.size() == 128 + 9 && times.size() == 128 + 24);
     EXPECT_EQ(square.substr(0, 10), std::string("\x93NUMPY\x01\0\x76\0", 10));
@@ -408,7 +406,10 @@ TEST(Tool, EndsWithItsStatusAndNoHalfFile)
         {"picture " + good + " " + out + ".gif", 2, "", "must end in .png, .svg or .pdf", ""},
         {"export " + good + " " + out + ".txt", 2, "", "must end in .npy or .csv", ""},
         {"picture " + good + " " + out + ".png --map red", 2, "", "red not in", ""},
-        {"picture " + good + " " + out + ".png --size 99", 2, "", "99 not in range", ""},
+        {"picture " + good + " " + out + ".png --size 299", 2, "", "a picture with axes has 300 pixels", ""},
+        {"picture " + good + " " + out + ".png --from 1:60", 2, "", "is no time", ""},
+        {"picture " + good + " " + out + ".png --from 5 --to 0:04", 2, "", "--from: is behind --to", ""},
+        {"picture " + good + " " + out + ".png --from 1:00", 1, "", "the first is at 0:00.3, the last at 0:15.0", ""},
         {"verify", 2, "", "FILE is required", ""},
         {"", 2, "", "A subcommand is required", ""},
     };
