@@ -91,7 +91,7 @@ double reader_bytes(const sound_shape& sound)
 double memory_of(const sound_shape& sound, double samples, double frames, double moments,
                  veloria::features_type features, veloria::modeling_type modeling, double step)
 {
-    constexpr double program_bytes = 1.0e7;
+    constexpr double program_bytes = 1.3e7;
     double feature_cells = 0.0, modeled_cells = 0.0;
     for (const double columns : feature_columns(features)) {
         feature_cells += columns * frames;
