@@ -4,15 +4,13 @@
     analyse.py [--mem_mb N] FOLDER_OF_SOUNDS LIST [SETTING OF MARQUEN...]
 
 LIST is a file of paths below FOLDER_OF_SOUNDS, each ended by a zero byte; "-" is the standard input. Writes of each
-gabarits/ID.sdif, pictures/ID.png, thumbnails/ID.png and at last records/ID.json, which alone says that the sound is
+gabarits/ID.sdif, pictures/ID.png and at last records/ID.json, which alone says that the sound is
 done. A sound that marquen refuses for its own sake is done too: its record tells why. Everything else that goes wrong,
 such as a signal, a lack of memory or a full disk, is no trait of the sound: it leaves no record but logs/ID.log, the
 others go on, and the exit status is 1, so that the sound is taken again.
 """
 
 import argparse
-import functools
-import hashlib
 import json
 import os
 import shutil
@@ -23,7 +21,6 @@ import tempfile
 
 import archive
 
-THUMBNAIL_PIXELS = 160
 BESIDE_MARQUEN_MB = 100  # Python and, on a cluster, Snakemake
 # One thread: the engine counts on it, and some LAPACK would take all cores.
 ONE_THREAD = dict(os.environ, OMP_NUM_THREADS="1", OPENBLAS_NUM_THREADS="1")
@@ -54,20 +51,16 @@ def run_marquen(sound_path, sound_id, mem_mb, settings, folder):
     return json.loads(done.stdout)
 
 
-def run_gabarit(*arguments, folder):
-    done = run(["gabarit", *arguments], folder)
+def form_of(gabarit, folder):
+    """The form of the sound; an accident if the gabarit is not whole."""
+    done = run(["gabarit", "sections", "--json", gabarit], folder)
     if done.returncode != 0:
-        raise Accident(done.stdout.strip() + done.stderr.strip())
-    return done.stdout
-
-
-def sha256_of(path):
-    with open(path, "rb") as file:
-        return hashlib.file_digest(file, "sha256").hexdigest()
+        raise Accident(done.stderr.strip())
+    return json.loads(done.stdout)["form"]
 
 
 def put_in_place(folder, name):
-    """Renames a whole file from the folder of this run to its place."""
+    """Renames a whole file from the folder of this run to its place, once it is on disk."""
     part = os.path.join(folder, name)
     with open(part, "rb") as file:
         os.fsync(file.fileno())
@@ -76,17 +69,12 @@ def put_in_place(folder, name):
 
 
 def write_record(record, sound_id, folder):
-    name = archive.record_of(sound_id)
-    part = os.path.join(folder, name)
-    os.makedirs(os.path.dirname(part), exist_ok=True)
+    """The last of all; one that a power failure cuts counts as none."""
+    name, part = archive.record_of(sound_id), os.path.join(folder, "record")
     with open(part, "w", encoding="utf-8") as file:
         json.dump(record, file, indent=2)
-    put_in_place(folder, name)
-
-
-@functools.cache
-def version_of_marquen():
-    return run(["marquen", "--version"], ".").stdout.split("\n")[0]
+    os.makedirs(os.path.dirname(name), exist_ok=True)
+    os.replace(part, name)
 
 
 def analyse(root, sound, mem_mb, settings, folder):
@@ -94,28 +82,16 @@ def analyse(root, sound, mem_mb, settings, folder):
     sound_id = archive.to_id(sound)
     path = os.path.abspath(os.path.join(root, sound))
     state = archive.state_of(path)
-    gabarit, picture, thumbnail = results = (
-        archive.gabarit_of(sound_id),
-        archive.picture_of(sound_id),
-        archive.thumbnail_of(sound_id),
-    )
+    gabarit, picture = results = archive.gabarit_of(sound_id), archive.picture_of(sound_id)
     if os.path.isfile(path):
         record = run_marquen(path, sound_id, mem_mb, settings, folder)
     else:  # a pipe would be waited for, a link may lead nowhere
         record = {"state": "failed", "error": "is no regular file"}
     record = {"sound": archive.showable(sound), "sound_state": state, "settings": settings, **record}
     if record["state"] == "finished":
-        run_gabarit("verify", gabarit, folder=folder)
-        record["form"] = json.loads(run_gabarit("sections", "--json", gabarit, folder=folder))["form"]
-        record["marquen"] = version_of_marquen()
-        record["sound_sha256"] = sha256_of(path)
-        record["gabarit_sha256"] = sha256_of(os.path.join(folder, gabarit))
+        record["form"] = form_of(gabarit, folder)
         if archive.state_of(path) != state:
             raise Accident("the sound changed while it was analysed")
-        os.makedirs(os.path.dirname(os.path.join(folder, thumbnail)))
-        if record["n"] > 0:
-            run_gabarit("picture", "--plain", "--size", str(THUMBNAIL_PIXELS), gabarit, thumbnail, folder=folder)
-            put_in_place(folder, thumbnail)
         put_in_place(folder, picture)
         put_in_place(folder, gabarit)
     else:

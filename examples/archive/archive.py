@@ -78,10 +78,6 @@ def picture_of(sound_id):
     return f"pictures/{sound_id}.png"
 
 
-def thumbnail_of(sound_id):
-    return f"thumbnails/{sound_id}.png"
-
-
 def page_of(sound_id):
     return f"pages/{sound_id}.html"
 

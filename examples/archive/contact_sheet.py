@@ -17,9 +17,9 @@ import urllib.parse
 import archive
 
 COLUMNS = (
-    "sound id state error seconds_of_sound n form features_type features_modeling features_modeling_length"
-    " window_grid_hop warnings marquen file_bytes memory_bytes_used seconds_of_work sound_sha256 gabarit_sha256 gabarit"
-    " picture page"
+    "sound id state error seconds_of_sound seconds_announced seconds_found n form features_type features_modeling"
+    " features_modeling_length window_grid_hop warnings marquen engine libsndfile LAPACK file_bytes memory_bytes_used"
+    " seconds_of_work input_sha256 similarity_sha256 gabarit picture page"
 ).split()
 HERE = os.path.dirname(os.path.abspath(__file__))
 
@@ -58,7 +58,6 @@ def sheet_entry(record):
     if record["state"] == "finished":
         entry.update(seconds=record["seconds_of_sound"], n=record["n"], warnings=record["warnings"])
         paths = {key: record[key] for key in ("gabarit", "picture", "page")}
-        paths["thumbnail"] = archive.thumbnail_of(record["id"])
         entry.update((key, urllib.parse.quote(path)) for key, path in paths.items())
     return entry
 
@@ -74,7 +73,8 @@ def table(records):
     writer = csv.DictWriter(text, COLUMNS, extrasaction="ignore", lineterminator="\n")
     writer.writeheader()
     for record in records:
-        writer.writerow({**record, "warnings": "; ".join(record["warnings"])})
+        joined = {key: " ".join(record.get(key) or []) for key in ("warnings", "input_sha256")}
+        writer.writerow({**record, **record.get("versions", {}), **joined})
     return text.getvalue()
 
 

@@ -102,7 +102,7 @@ class Workflow(unittest.TestCase):
         sounds = archive.find_sounds(self.sounds)[0]
         done = {archive.to_id(s) for s in sounds} - {archive.to_id(s) for s in failed}
         self.assertEqual(set(self.failed()), set(failed))
-        for kind, ending in (("gabarits", ".sdif"), ("pictures", ".png"), ("thumbnails", ".png")):
+        for kind, ending in (("gabarits", ".sdif"), ("pictures", ".png")):
             self.assertEqual(self.files(kind), sorted(sound_id + ending for sound_id in done))
         gabarits = [os.path.join(self.out, "gabarits", name) for name in self.files("gabarits")]
         verified = subprocess.run(["gabarit", "verify", *gabarits], capture_output=True, text=True)
@@ -111,7 +111,7 @@ class Workflow(unittest.TestCase):
         entries = json.loads(sheet.split("const sounds = ")[1].split(";\n")[0])
         self.assertEqual(len(entries), len(sounds))
         for entry in entries:
-            for kind in ("gabarit", "picture", "thumbnail"):
+            for kind in ("gabarit", "picture"):
                 if entry["state"] == "finished":
                     self.assertTrue(os.path.exists(os.path.join(self.out, urllib.parse.unquote(entry[kind]))), entry)
         with open(os.path.join(self.out, "sounds.csv"), newline="", encoding="utf-8") as file:
