@@ -60,12 +60,13 @@ def write_sound(path, minutes):
 
 
 def cpu_seconds(command, environment=None):
-    """CPU seconds and peak MiB of a command, and what it printed."""
-    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment) as process:
-        output = process.stdout.read()
-        _, _, usage = os.wait4(process.pid, 0)
-        process.returncode = 0
-    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024, output
+    """CPU seconds and peak MiB of a command."""
+    with subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=environment) as process:
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        sys.exit(f"{command} ended with {process.returncode}")
+    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024
 
 
 def whole_jobs(build, minutes):
@@ -73,33 +74,34 @@ def whole_jobs(build, minutes):
     with tempfile.TemporaryDirectory() as folder:
         sound = f"{folder}/sound.wav"
         write_sound(sound, minutes)
-        commands = {
-            "ours": [f"{build}/marquen/marquen", "--input", sound, "--similarity", f"{folder}/out.sdif", "--force",
-                     "--quiet"],
-            "numpy": ["/usr/bin/python3", f"{HERE}/peers/selfsim.py", sound, f"{folder}/out.npy"],
-            "fpcalc": ["fpcalc", "-length", "100000", sound],
-        }
-        seconds, memory, printed = {}, {}, {}
-        for _ in range(ROUNDS if minutes < 30 else 1):
-            for name, command in commands.items():
-                try:
-                    taken, peak, printed[name] = cpu_seconds(command, plain_environment)
-                except OSError:
-                    continue
-                seconds.setdefault(name, []).append(taken)
-                memory[name] = peak
-    median = {name: statistics.median(values) for name, values in seconds.items()}
-    for peer, faster in (("numpy", True), ("fpcalc", False)):
-        if peer in median:
-            row(f"whole job, {minutes} min, CPU", median["ours"], median[peer], peer, faster)
-    if "numpy" in median and minutes in (5, 60):
+        for kind, window in (("mean", "1"), ("fft", "1"), ("mph", "4")):
+            commands = {
+                "ours": [f"{build}/marquen/marquen", "--input", sound, "--similarity", f"{folder}/out.sdif", "--quiet",
+                         "--force", "--features_modeling", kind, "--features_modeling_length", window],
+                "numpy": ["/usr/bin/python3", f"{HERE}/peers/selfsim.py", sound, f"{folder}/out.npy", kind, window],
+                "fpcalc": ["fpcalc", "-length", "100000", sound],
+            }
+            if kind != "mean":
+                del commands["fpcalc"]
+            seconds, memory = {}, {}
+            for _ in range(ROUNDS if minutes < 30 else 1):
+                for name, command in commands.items():
+                    try:
+                        taken, peak = cpu_seconds(command, plain_environment)
+                    except OSError:
+                        continue
+                    seconds.setdefault(name, []).append(taken)
+                    memory[name] = peak
+            median = {name: statistics.median(values) for name, values in seconds.items()}
+            for peer, faster in (("numpy", True), ("fpcalc", False)):
+                if peer in median:
+                    row(f"whole job, {minutes} min, {kind}, CPU", median["ours"], median[peer], peer, faster)
+            print(f"| its peak memory | {memory['ours']:.0f} MiB | numpy {memory.get('numpy', math.nan):.0f} MiB | |")
+    if minutes in (5, 60):
         stages = bench_run(build, "job", f"stages/minutes:{minutes}/")[0]
-        row(f"the same without dgesvd, {minutes} min", median["ours"] - stages["svd"],
-            median["numpy"] - float(printed["numpy"].split()[1]), "numpy", True)
         print(f"| shares of the stages, {minutes} min | " + ", ".join(
-            f"{name} {1e3 * stages[name]:.4g}" for name in ("load", "features", "modeling", "distances", "file")) +
-              f" ms; of modeling {1e3 * stages['svd']:.4g} in dgesvd | | |")
-    print(f"| peak memory, {minutes} min | {memory['ours']:.0f} MiB | numpy {memory.get('numpy', math.nan):.0f} MiB | |")
+            f"{name} {1e3 * stages[name]:.4g}"
+            for name in ("load", "features", "modeling", "reduction", "distances", "file")) + " ms | | |")
 
 
 def main():
@@ -126,9 +128,6 @@ def main():
           f"{1e9 * times['pair_distances_plain/7199'] / pairs:.2f} ns | |")
     times = bench(build, "features", "bands_and_mel")
     row("bands and mel energies of a frame", times["bands_and_mel"], times["bands_and_mel_plain"], "plain loops", True)
-    times = bench(build, "modeling", "(reduction|factorisation_alone)/599/13")
-    outside = 1.0 - times["factorisation_alone/599/13"] / times["reduction/599/13"]
-    print(f"| reduction outside LAPACK, 599 by 13 | {100 * outside:.1f} % | | |")
 
 
 if __name__ == "__main__":

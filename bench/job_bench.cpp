@@ -1,7 +1,6 @@
 // The whole job on generated stereo sounds at 44100 Hz: all twelve pairs, and the share of each stage.
 #include <benchmark/benchmark.h>
 
-#include <dlfcn.h>
 #include <sndfile.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -25,7 +24,6 @@
 #include "similarity/frame_distances.h"
 #include "similarity/quantize.h"
 #include "similarity/write_gabarit.h"
-#include "tavel/lapack.h"
 #include "tests/support/progress.h"
 #include "veloria/veloria.h"
 
@@ -110,29 +108,11 @@ double lap()
     return last - before;
 }
 
-double svd_seconds = 0.0;
-
-} // namespace
-
-// Stands before LAPACK's own in the order of symbols, to measure what is spent in it.
-extern "C" void dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, double* a, const int* lda,
-                        double* s, double* u, const int* ldu, double* vt, const int* ldvt, double* work,
-                        const int* lwork, int* info, std::size_t jobu_length, std::size_t jobvt_length)
-{
-    static const auto routine = reinterpret_cast<decltype(&dgesvd_)>(dlsym(RTLD_NEXT, "dgesvd_"));
-    const double begin = cpu_seconds();
-    routine(jobu, jobvt, m, n, a, lda, s, u, ldu, vt, ldvt, work, lwork, info, jobu_length, jobvt_length);
-    svd_seconds += cpu_seconds() - begin;
-}
-
-namespace {
-
 // One job of the default settings, stage by stage; CPU seconds of each as counters.
 void stages(benchmark::State& state)
 {
     const bench_sound sound(static_cast<int>(state.range(0)));
     const char* path = sound.path.c_str();
-    svd_seconds = 0.0;
     for (auto _ : state) {
         const auto reader = corvane::make_reader(1, &path);
         tavel::Vector<tavel::Matrix<double>> scores;
@@ -153,8 +133,9 @@ void stages(benchmark::State& state)
             veloria::model_streams(streams, veloria::analysis_rate, frame_slice, grid, defaults, frame_times, scores,
                                    unread_progress());
             veloria::standardize_columns(scores);
-            veloria::reduce_components(scores, unread_progress());
             state.counters["modeling"] = lap();
+            veloria::reduce_components(scores, unread_progress());
+            state.counters["reduction"] = lap();
         }
         tavel::Matrix<double> distance;
         tavel::Matrix<unsigned char> similarity;
@@ -164,7 +145,6 @@ void stages(benchmark::State& state)
         veloria::write_gabarit(similarity, frame_times, path, "", rate_hz, 2, "/dev/null");
         state.counters["file"] = lap();
     }
-    state.counters["svd"] = svd_seconds;
     state.counters["peak_MiB"] = peak_mebibytes();
 }
 BENCHMARK(stages)->ArgName("minutes")->Arg(5)->Arg(60)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);

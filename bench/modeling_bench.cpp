@@ -9,7 +9,6 @@
 #include "modeling/mph.h"
 #include "modeling/reduce_components.h"
 #include "modeling/window_statistics.h"
-#include "tavel/lapack.h"
 #include "tests/support/noise.h"
 #include "tests/support/progress.h"
 
@@ -80,29 +79,6 @@ void reduction(benchmark::State& state)
     }
 }
 
-// What of the reduction is the library's routine, on fresh arrays as there.
-void factorisation_alone(benchmark::State& state)
-{
-    const int m = static_cast<int>(state.range(0)), n = static_cast<int>(state.range(1)), r = std::min(m, n);
-    const int work_length = std::max(5 * r, 3 * r + std::max(m, n));
-    const matrix stream = noise_matrix(m, n);
-    for (auto _ : state) {
-        state.PauseTiming();
-        matrix centered;
-        centered = stream;
-        {
-            matrix u(m, m), vt(n, n);
-            tavel::Vector<double> singular(r), work(work_length);
-            int info = 0;
-            state.ResumeTiming();
-            dgesvd_("A", "A", &m, &n, centered.data, &m, singular.data, u.data, &m, vt.data, &n, work.data,
-                    &work_length, &info, 1, 1);
-            state.PauseTiming();
-        }
-        state.ResumeTiming();
-    }
-}
-
 void windows(benchmark::internal::Benchmark* kind)
 {
     kind->Arg(37)->Arg(2249)->Unit(benchmark::kMillisecond);
@@ -119,6 +95,5 @@ void shapes(benchmark::internal::Benchmark* part)
     part->Unit(benchmark::kMillisecond);
 }
 BENCHMARK(reduction)->Apply(shapes);
-BENCHMARK(factorisation_alone)->Apply(shapes);
 
 } // namespace
