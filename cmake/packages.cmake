@@ -1,5 +1,5 @@
 # Debian packages, made by `cpack` in a release build whose prefix is /usr: libveloria1, libveloria-c1,
-# libveloria-dev, veloria-tools.
+# libveloria-dev, veloria-tools, python3-veloria.
 if(NOT PROJECT_IS_TOP_LEVEL OR NOT BUILD_SHARED_LIBS OR NOT TARGET veloria_manual OR NOT SCDOC OR NOT GZIP
         OR NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
     return()
@@ -9,6 +9,7 @@ set(package_runtime libveloria${soversion})
 set(package_c libveloria-c${soversion})
 set(package_development libveloria-dev)
 set(package_tools veloria-tools)
+set(package_python python3-veloria)
 set(package_maintainer "veloria developers <developers@veloria.example>")
 set(package_version ${PROJECT_VERSION}-1)
 
@@ -23,7 +24,7 @@ foreach(log changelog changelog.Debian)
         VERBATIM)
 endforeach()
 add_custom_target(package_documents ALL DEPENDS debian/changelog.gz debian/changelog.Debian.gz)
-foreach(part runtime c development tools)
+foreach(part runtime c development tools python)
     set(package ${package_${part}})
     configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/lintian-overrides.in debian/${package} @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/debian/${package}
@@ -42,6 +43,11 @@ install(FILES
     ${PROJECT_SOURCE_DIR}/examples/host.rs
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_development}/examples COMPONENT development EXCLUDE_FROM_ALL)
 
+# Where Debian's Python looks; others install the package by pip.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/veloria
+    DESTINATION lib/python3/dist-packages COMPONENT python EXCLUDE_FROM_ALL
+    FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package tells its own in its first line
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -50,7 +56,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime c development tools)
+set(CPACK_COMPONENTS_ALL runtime c development tools python)
 set(CPACK_DEBIAN_PACKAGE_SOURCE veloria)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${package_maintainer}")
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
@@ -103,6 +109,19 @@ are blocks.
 
 gabarit tells what such files hold, verifies and draws them, and exports their
 numbers for NumPy and for annotation programs.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME ${package_python})
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.9), python3-numpy, ${package_c} (>= ${package_version})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-matplotlib, ${package_tools}")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-tqdm)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/cmake/debian/python/postinst ${PROJECT_SOURCE_DIR}/cmake/debian/python/prerm)
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "shows the musical structure of a sound - Python package
+It measures how alike every moment of a sound, in a file or an array, is to
+every other moment, and gives the result as a NumPy array. It reads, writes and
+plots gabarits, the SDIF files of such results, and lists a sound's sections.")
 
 set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/finish.cmake)
 set(CPACK_VERBATIM_VARIABLES ON)

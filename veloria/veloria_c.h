@@ -94,19 +94,23 @@ typedef struct veloria_samples {
 /// A job. Not to be looked into: it is no address.
 typedef struct veloria_job veloria_job;
 
-/// The version of the analysis, as it is written into each gabarit: "1.8.2".
+/// @return the version of the analysis, as it is written into each gabarit: "1.8.2"
 VELORIA_C_API const char* veloria_version(void);
 
-/// @return the word of a veloria_features, such as "mixed"; null for other numbers
+/// @param features a veloria_features
+/// @return its word, such as "mixed"; null for other numbers
 VELORIA_C_API const char* veloria_features_word(int features);
 
-/// @return the word of a veloria_modeling, such as "meanvar"; null for other numbers
+/// @param modeling a veloria_modeling
+/// @return its word, such as "meanvar"; null for other numbers
 VELORIA_C_API const char* veloria_modeling_word(int modeling);
 
-/// @return the word of a veloria_state, such as "finished"; null for other numbers
+/// @param state a veloria_state
+/// @return its word, such as "finished"; null for other numbers
 VELORIA_C_API const char* veloria_state_word(int state);
 
-/// @return a code in words, such as "no job of this process"; null for other numbers
+/// @param code a veloria_code
+/// @return its words, such as "no job of this process"; null for other numbers
 VELORIA_C_API const char* veloria_code_word(int code);
 
 /// What a job would take: the reader, the sound, the features, the largest stage, and its result in memory. A start
