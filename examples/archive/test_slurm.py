@@ -21,6 +21,9 @@ sys.dont_write_bytecode = True
 import archive  # noqa: E402
 import make_sounds  # noqa: E402
 
+os.environ["PATH"] += ":/usr/sbin"
+BAD = 8
+
 CONFIGURATION = """ClusterName=test
 SlurmctldHost={host}(127.0.0.1)
 SlurmctldPort={ports[0]}
@@ -53,11 +56,11 @@ NodeName={host} NodeAddr=127.0.0.1 CPUs={cpus} RealMemory={memory_mb} State=UNKN
 PartitionName=all Nodes=ALL Default=YES MaxTime=INFINITE State=UP
 """
 
-# Stands in front of marquen. One sound takes 700 MB while its job may have less than 1000, one takes forever in its
-# first try, and all take a moment, so that there is time to disturb them.
+# Stands in front of marquen. One sound takes 700 MB in the first try of its job, which may take 600; one takes forever
+# once; and all take a moment, so that there is time to disturb them.
 STAND_IN = """#!/bin/sh
 case "$*" in
-*/greedy.wav*) if [ $SLURM_MEM_PER_NODE -lt 1000 ]; then exec python3 -c 'x = b"x" * 700000000; import time; time.sleep(20)'; fi ;;
+*/greedy.wav*"--max_memory 440MB"*) exec python3 -c 'x = b"x" * 700000000; import time; time.sleep(20)' ;;
 */slow.wav*) if [ ! -e {here}/slow ]; then touch {here}/slow; exec sleep 600; fi ;;
 esac
 [ -z "$SLURM_JOB_ID" ] || sleep 0.2
@@ -129,13 +132,12 @@ class Cluster:
 class Run:
     """Runs of the workflow on sounds below a folder."""
 
-    def __init__(self, folder, sounds, greedy, slow):
+    def __init__(self, folder, is_long):
         self.sounds, self.out, stand_ins = f"{folder}/the sounds", f"{folder}/out", f"{folder}/bin"
-        make_sounds.make_sounds(self.sounds, sounds, 3)
-        bad = 8 - 5
-        for i in range(bad):
+        make_sounds.make_sounds(self.sounds, 55 if is_long else 12, 3)  # five of them bad
+        for i in range(BAD - 5):
             make_sounds.write(self.sounds, f"bad/more {i}.wav", b"RIFF")
-        for name in ["greedy.wav"] * greedy + ["slow.wav"] * slow:
+        for name in ["greedy.wav", "slow.wav"] if is_long else ["greedy.wav"]:
             shutil.copy(f"{self.sounds}/disc 0/two words.wav", f"{self.sounds}/{name}")
         for path in (self.out, stand_ins):
             os.mkdir(path)
@@ -147,7 +149,7 @@ class Run:
 
     def start(self, *options):
         command = ["snakemake", "--snakefile", f"{HERE}/Snakefile", "--profile", f"{HERE}/profiles/slurm"]
-        command += ["--directory", self.out, *options, "--config", f"sounds={self.sounds}", "pack_minutes=0.004"]
+        command += ["--directory", self.out, *options, "--config", f"sounds={self.sounds}", "pack_minutes=0.01"]
         command += ["mem_mb=600", "runtime=1"]
         return subprocess.Popen(command, env=self.environment, stdout=self.log, stderr=subprocess.STDOUT)
 
@@ -183,10 +185,10 @@ def main(folder, is_long):
 
     cluster = Cluster(f"{folder}/cluster")
     try:
-        run = Run(folder, 57 if is_long else 17, 1, is_long)
+        run = Run(folder, is_long)
         tell("the cluster is up")
         first = run.start()
-        wait_for(lambda: len(run.records()) >= 5, "five records")
+        wait_for(lambda: len(run.records()) > BAD, "records")
         first.kill()  # as kill -9
         first.wait()
         tell(f"Snakemake killed; {len(run.records())} records, {len(cluster.jobs())} jobs left behind")
@@ -208,8 +210,10 @@ def main(folder, is_long):
         plain = f"{folder}/plain"
         os.mkdir(plain)
         done, refused = run.compare_with_plain(plain)
-        assert refused == 8, refused
+        assert refused == BAD, refused
         wait_for(lambda: not cluster.jobs(), "an empty queue")
+        with open(f"{cluster.folder}/slurmd.log") as file:
+            assert "exceeded memory limit" in file.read()
         tell(f"{done} done as by plain runs, {refused} refused, nothing runs")
     except BaseException:
         run.log.seek(0)
