@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Analyses sounds of an archive, one after the other, into the current folder.
 
-    analyse.py [--mem_mb N] FOLDER_OF_SOUNDS LIST [SETTING OF MARQUEN...]
+    analyse.py [--mem_mb N] [--pages] FOLDER_OF_SOUNDS LIST [SETTING OF MARQUEN...]
 
 LIST is a file of paths below FOLDER_OF_SOUNDS, each ended by a zero byte; "-" is the standard input. Writes of each
 gabarits/ID.sdif, pictures/ID.png and at last records/ID.json, which alone says that the sound is
@@ -77,21 +77,35 @@ def write_record(record, sound_id, folder):
     os.replace(part, name)
 
 
-def analyse(root, sound, mem_mb, settings, folder):
+def write_page(sound_path, gabarit, page, folder):
+    os.makedirs(os.path.dirname(os.path.join(folder, page)))
+    done = run(["gabarit", "page", f"--sound={sound_path}", gabarit, page], folder)
+    if done.returncode != 0:
+        raise Accident(done.stderr.strip())
+    put_in_place(folder, page)
+
+
+def analyse(root, sound, mem_mb, pages, settings, folder):
     """Analyses one sound within a folder of its own."""
     sound_id = archive.to_id(sound)
     path = os.path.abspath(os.path.join(root, sound))
     state = archive.state_of(path)
-    gabarit, picture = results = archive.gabarit_of(sound_id), archive.picture_of(sound_id)
+    gabarit, picture, page = results = [
+        place(sound_id) for place in (archive.gabarit_of, archive.picture_of, archive.page_of)
+    ]
     if os.path.isfile(path):
         record = run_marquen(path, sound_id, mem_mb, settings, folder)
     else:  # a pipe would be waited for, a link may lead nowhere
         record = {"state": "failed", "error": "is no regular file"}
-    record = {"sound": archive.showable(sound), "sound_state": state, "settings": settings, **record}
+    record = {"sound": archive.showable(sound), "sound_state": state, "settings": settings, "pages": pages, **record}
     if record["state"] == "finished":
         record["form"] = form_of(gabarit, folder)
         if archive.state_of(path) != state:
             raise Accident("the sound changed while it was analysed")
+        if pages:
+            write_page(path, gabarit, page, folder)
+        elif os.path.exists(page):  # of an older state of the sound
+            os.remove(page)
         put_in_place(folder, picture)
         put_in_place(folder, gabarit)
     else:
@@ -113,11 +127,11 @@ def log_accident(sound_id, text):
         os.remove(path)
 
 
-def analyse_apart(root, sound, mem_mb, settings):
+def analyse_apart(root, sound, mem_mb, pages, settings):
     """Whether the sound has a record now; True, False, or None after an accident."""
     folder = tempfile.mkdtemp(dir="part")
     try:
-        finished = analyse(root, sound, mem_mb, settings, folder) == "finished"
+        finished = analyse(root, sound, mem_mb, pages, settings, folder) == "finished"
         log_accident(archive.to_id(sound), None)
         return finished
     except (Accident, OSError) as accident:
@@ -145,6 +159,7 @@ def append(path, data):
 def main():
     parser = argparse.ArgumentParser(description="Analyses sounds of an archive into the current folder.")
     parser.add_argument("--mem_mb", type=int, help="refuse a sound that needs more")
+    parser.add_argument("--pages", action="store_true", help="write listening pages too")
     parser.add_argument("root")
     parser.add_argument("list")
     parser.add_argument("settings", nargs=argparse.REMAINDER)
@@ -158,10 +173,10 @@ def main():
     os.makedirs("part", exist_ok=True)
     accidents = 0
     for sound in sorted(sounds, key=tried.__contains__):
-        if archive.is_done(given.root, sound, given.settings):
+        if archive.is_done(given.root, sound, given.pages, given.settings):
             continue
         append(tried_path, os.fsencode(sound) + b"\0")
-        finished = analyse_apart(given.root, sound, given.mem_mb, given.settings)
+        finished = analyse_apart(given.root, sound, given.mem_mb, given.pages, given.settings)
         accidents += finished is None
         if finished is not None:
             append(ends_path, b"d" if finished else b"r")

@@ -108,11 +108,11 @@ def read_record(sound_id):
         return None
 
 
-def is_done(root, sound, settings):
+def is_done(root, sound, pages, settings):
     """Whether there is a record, of the sound as it is now, by these settings, and the gabarit that it speaks of."""
     sound_id = to_id(sound)
     record = read_record(sound_id)
-    if record is None or record["settings"] != settings:
+    if record is None or record["settings"] != settings or record["pages"] < pages:
         return False
     if record["sound_state"] != state_of(os.path.join(root, sound)):
         return False

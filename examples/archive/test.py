@@ -167,8 +167,9 @@ class Workflow(unittest.TestCase):
             make_sounds.write(self.sounds, name, b"")
         ids = [archive.to_id(name) for name in HOSTILE_NAMES]
         self.assertEqual([archive.to_sound(sound_id) for sound_id in ids], HOSTILE_NAMES)
-        self.run_workflow()
+        self.run_workflow(config=("pages=1",))
         self.check_results(set())
+        self.assertEqual(self.files("pages"), sorted(sound_id + ".html" for sound_id in ids))
         self.assertEqual(sorted(os.listdir(self.sounds)), sorted(set(name.split("/")[0] for name in HOSTILE_NAMES) | {
             "notes.txt", "more.TXT", "no ending"}))
         passed_over = read(os.path.join(self.out, "passed_over.tsv")).decode()
