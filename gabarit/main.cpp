@@ -1,6 +1,21 @@
 #include <iostream>
+#include <string>
 
 #include "gabarit/commands.h"
+#include "gabarit/versions.h"
+#include "picture/picture.h"
+
+namespace {
+
+std::string list_versions()
+{
+    std::string lines = "gabarit " GABARIT_VERSION;
+    for (const auto& [name, version] : gabarit::versions())
+        lines += '\n' + name + ' ' + version;
+    return lines + '\n' + picture::library_versions();
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -9,7 +24,7 @@ int main(int argc, char** argv)
     CLI::App program("Shows, checks and exports gabarits: files that hold how alike every moment of a sound is to "
                      "every other.",
                      "gabarit");
-    program.set_version_flag("-V,--version", "gabarit " GABARIT_VERSION);
+    program.set_version_flag("-V,--version", list_versions());
     program.require_subcommand(1);
     gabarit::add_info(program, status);
     gabarit::add_verify(program, status);

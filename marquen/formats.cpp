@@ -4,9 +4,7 @@
 
 #include <sndfile.h>
 
-#include "veloria/veloria.h"
-
-extern "C" void ilaver_(int* major, int* minor, int* patch);
+#include "gabarit/versions.h"
 
 namespace marquen {
 
@@ -44,13 +42,9 @@ std::string list_formats()
 
 std::vector<std::pair<std::string, std::string>> versions()
 {
-    int major = 0, minor = 0, patch = 0;
-    ilaver_(&major, &minor, &patch);
-    const std::string sndfile = sf_version_string(); // "libsndfile-1.2.0"
-    return {{"marquen", MARQUEN_VERSION},
-            {"engine", veloria::getVersion()},
-            {"libsndfile", sndfile.substr(sndfile.find('-') + 1)},
-            {"LAPACK", std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch)}};
+    auto all = gabarit::versions();
+    all.emplace(all.begin(), "marquen", MARQUEN_VERSION);
+    return all;
 }
 
 } // namespace marquen

@@ -13,6 +13,8 @@
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
+#include <pango/pango.h>
+#include <png.h>
 
 #include "picture/color_table.h"
 #include "picture/page.h"
@@ -255,6 +257,12 @@ void draw_vectors(picture_form form, whole_file& file, const square& drawn, cons
 bool is_picture_path(const std::string& path)
 {
     return ending_of(path) != picture_form::none;
+}
+
+std::string library_versions()
+{
+    return std::string("cairo ") + cairo_version_string() + "\npango " + pango_version_string() + "\nlibpng " +
+           png_get_libpng_ver(nullptr);
 }
 
 int square_pixels(int cells, const labels& around, const std::string& path, const picture_options& options)

@@ -41,6 +41,9 @@ struct labels {
 /// Whether the path ends in .png, .svg or .pdf.
 bool is_picture_path(const std::string& path);
 
+/// What draws, a line each: name and version.
+std::string library_versions();
+
 /// Side in pixels that a square of n cells is best brought to for the picture of that name; n if as it is.
 /// @throws std::invalid_argument for another ending; std::runtime_error for a plain picture that would be too large
 int square_pixels(int cells, const labels& around, const std::string& path, const picture_options& options);

@@ -294,8 +294,8 @@ TEST(Picture, HasTheSizeAskedForAndEachCellInItsPlace)
         EXPECT_EQ(png(out).height, size);
     }
     const png drawn(out);
-    // Half a step around the moments; the axes from 0 to half a window behind the last one.
-    const picture::labels around{.begin_seconds = 0.125, .end_seconds = 15.125, .axis_begin = 0.0, .axis_end = 15.75};
+    // Half a step around the moments; the axes from 0 to a step behind the last one.
+    const picture::labels around{.begin_seconds = 0.125, .end_seconds = 15.125, .axis_begin = 0.0, .axis_end = 15.25};
     const picture::box place = picture::lay_out(1000, around, {}).square;
     const auto cell = [&](int column, int row) {
         return drawn.at(static_cast<int>(place.x + (column + 0.5) / 60.0 * place.width),
@@ -333,6 +333,14 @@ TEST(Tool, DrawsEveryFormAndAnySize)
         EXPECT_EQ(run(folder, "picture -f --plain " + folder.path("g.sdif") + " " + folder.path("p.png")).status,
                   n == 0);
     }
+}
+
+TEST(Tool, ListsItsVersions)
+{
+    const test_folder folder;
+    EXPECT_THAT(run(folder, "-V").output,
+                testing::MatchesRegex("gabarit [0-9.]+\nengine " VELORIA_ENGINE_VERSION
+                                      "\nlibsndfile [0-9.]+\nLAPACK [0-9.]+\ncairo .*\npango .*\nlibpng .*\n"));
 }
 
 TEST(Tool, TellsWhatAGabaritIs)
