@@ -93,7 +93,8 @@ std::string subtitle_of(const reader& gabarit, const std::vector<moment>& moment
     return text;
 }
 
-// A moment stands for half a step before it and after it, and the sound goes on for half a window beyond the outermost.
+// A moment stands for half a step before it and after it. The outermost keep a step away from the ends of the sound:
+// the last one by up to two, so that the length errs by less than a step.
 picture::labels labels_of(const reader& gabarit, const std::vector<moment>& moments, const stretch& drawn)
 {
     picture::labels around;
@@ -106,7 +107,7 @@ picture::labels labels_of(const reader& gabarit, const std::vector<moment>& mome
         const std::size_t end = drawn.first + drawn.count;
         around.begin_seconds = around.axis_begin = moments[drawn.first].seconds - step / 2.0;
         around.end_seconds = around.axis_end = moments[end - 1].seconds + step / 2.0;
-        length = std::max(around.end_seconds, last + number_of(made_with.modeling_window) / 2.0);
+        length = last + step;
         if (drawn.first == 0)
             around.axis_begin = std::min(0.0, around.begin_seconds);
         if (end == moments.size())
