@@ -118,6 +118,8 @@ json parameters_of(const form& found)
             {"reach", p.reach},
             {"stripe_pull", p.stripe_pull},
             {"jump", p.jump},
+            {"leveling", p.leveling},
+            {"ringing", p.ringing},
             {"shortest_pass", p.shortest_pass},
             {"pass_likeness", p.pass_likeness},
             {"pass_contrast", p.pass_contrast},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 #include "sections/letters.h"
 
@@ -88,6 +89,30 @@ double best_cut(const std::vector<double>& favor, const std::vector<double>& jum
     return cut;
 }
 
+// Takes from likenesses along a stretch a share of the middle between their levels at its two ends: a letter that is
+// alike to all, or a part that begins softly, moves no cut.
+void level(std::vector<double>& likeness, double share)
+{
+    const std::size_t third = std::max<std::size_t>(1, likeness.size() / 3);
+    double sum = 0.0;
+    for (std::size_t k = 0; k < third; ++k)
+        sum += likeness[k] + likeness[likeness.size() - 1 - k];
+    const double middle = sum / static_cast<double>(2 * third);
+    for (double& value : likeness)
+        value -= share * middle;
+}
+
+// How alike each moment of a stretch is to a letter, leveled.
+std::vector<double> likeness_along(const square& similarity, range stretch, const std::vector<range>& sections,
+                                   const std::vector<int>& letters, int letter, int near, double leveling)
+{
+    std::vector<double> likeness;
+    for (int i = stretch.begin; i < stretch.end; ++i)
+        likeness.push_back(mean_to_letter(similarity, i, sections, letters, letter, near));
+    level(likeness, leveling);
+    return likeness;
+}
+
 } // namespace
 
 std::vector<double> place_cuts(const square& similarity, const std::vector<range>& sections,
@@ -102,10 +127,11 @@ std::vector<double> place_cuts(const square& similarity, const std::vector<range
             edges.push_back(cut);
             continue;
         }
-        std::vector<double> favor;
-        for (int i = stretch.begin; i < stretch.end; ++i)
-            favor.push_back(mean_to_letter(similarity, i, sections, letters, letters[s - 1], counts.overlap + 1) -
-                            mean_to_letter(similarity, i, sections, letters, letters[s], counts.overlap + 1));
+        const auto likeness_to = [&](int letter) {
+            return likeness_along(similarity, stretch, sections, letters, letter, counts.overlap + 1, chosen.leveling);
+        };
+        std::vector<double> favor = likeness_to(letters[s - 1]);
+        std::ranges::transform(favor, likeness_to(letters[s]), favor.begin(), std::minus<>());
         add_stripes(similarity, sections, letters, s - 1, stretch, chosen.stripe_pull, favor);
         add_stripes(similarity, sections, letters, s, stretch, -chosen.stripe_pull, favor);
         std::vector<double> jumps;

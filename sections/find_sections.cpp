@@ -81,7 +81,7 @@ std::vector<section> find_sections(const square& similarity, const time_axis& ti
     const std::vector<double> edges = place_cuts(similarity, runs, letters, chosen, counts);
 
     std::vector<section> found;
-    const auto seconds = [&](double edge) { return times.first_seconds + (edge - 0.5) * step; };
+    const auto seconds = [&](double edge) { return times.first_seconds + (edge - 0.5) * step - chosen.ringing; };
     for (std::size_t r = 0; r < runs.size(); ++r) {
         const std::string label = letter_name(letters[r]);
         const passes equal = find_passes(similarity, runs[r], other_lengths(runs, letters, r), chosen, counts, step);

@@ -17,8 +17,10 @@ struct parameters {
     double shortest_stripe = 3.0;
 
     double reach = 3.0;       ///< how far a cut may move once the letters are known
-    double jump = 0.3;        ///< and how much a change between neighbours counts there
     double stripe_pull = 0.3; ///< weight of stripes in that, beside the likeness to each letter
+    double leveling = 0.7;    ///< how far the levels of these likenesses are made equal first
+    double jump = 0.5;        ///< weight of a change from one moment to the next
+    double ringing = 0.08;    ///< sounds ring on by so much behind a cut
 
     double shortest_pass = 12.0; ///< of a part that comes again at once and nowhere else
     double pass_likeness = 0.88; ///< between one pass and the next
