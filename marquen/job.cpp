@@ -7,6 +7,8 @@
 #include <stdexcept>
 
 #include "gabarit/draw_gabarit.h"
+#include "gabarit/form.h"
+#include "gabarit/form_files.h"
 #include "marquen/analysis.h"
 #include "marquen/digest.h"
 #include "marquen/failure.h"
@@ -58,6 +60,13 @@ summary::outcome analyse_and_draw(const job& one, const options& chosen, progres
             throw failure(cause::output, name_file(error.what(), one.picture));
         }
     }
+    if (!one.sections.empty()) {
+        try {
+            gabarit::write_form(gabarit::read_form(one.similarity), one.sections, treatment);
+        } catch (const std::exception& error) {
+            throw failure(cause::output, name_file(error.what(), one.sections));
+        }
+    }
     if (interrupt_watch::signal() != 0)
         return summary::canceled;
     gabarit.keep();
@@ -91,7 +100,7 @@ void run_stages(const job& one, const options& chosen, progress& shown, summary&
 {
     check_outputs(one, chosen.force || chosen.plan); // a plan replaces nothing
     const spooled_input files(one.input, shown);
-    const job readable{files.paths(), one.similarity, one.picture};
+    const job readable{files.paths(), one.similarity, one.picture, one.sections};
     const plan::sound_shape sound = look_at(readable);
     check_length(readable, sound, done);
     done.plan = plan::plan_job(sound, chosen.features, chosen.modeling, chosen.modeling_step);

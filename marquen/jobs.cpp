@@ -52,6 +52,8 @@ std::vector<std::string> command_of(const job& one, const options& chosen, std::
     };
     if (!one.picture.empty())
         words.push_back("--picture=" + one.picture);
+    if (!one.sections.empty())
+        words.push_back("--sections");
     if (chosen.force)
         words.emplace_back("--force");
     if (chosen.plan)

@@ -79,6 +79,7 @@ struct words {
     std::string max_memory;
     std::string progress = "bar";
     bool no_picture = false;
+    bool sections = false;
     bool formats = false;
 };
 
@@ -97,6 +98,8 @@ void add_files(CLI::App& app, words& given)
     app.add_option("--picture", given.single.picture, "Draw the gabarit too: .png, .svg or .pdf")
         ->type_name("OUT")
         ->check(CLI::Validator(check_picture_path, ""));
+    app.add_flag("--sections", given.sections,
+                 "Write the sections too, as labels beside the gabarit: song.txt to song.sdif");
 }
 
 void add_settings(CLI::App& app, options& chosen, words& given)
@@ -151,7 +154,7 @@ job job_of(const std::string& sound, const words& given)
 {
     const fs::path name = sound == "-" ? "stdin" : fs::path(sound).stem();
     const std::string results = fs::path(given.folder) / name;
-    return {{sound}, results + ".sdif", given.no_picture ? "" : results + ".png"};
+    return {{sound}, results + ".sdif", given.no_picture ? "" : results + ".png", ""};
 }
 
 std::vector<job> jobs_of(const words& given)
@@ -175,6 +178,13 @@ std::vector<job> jobs_of(const words& given)
     return jobs;
 }
 
+void add_sections(std::vector<job>& jobs)
+{
+    for (job& one : jobs)
+        if (!one.similarity.empty())
+            one.sections = fs::path(one.similarity).replace_extension(".txt");
+}
+
 // The file behind a path; the path itself where that can't be known: the job will say why.
 std::string file_of(const std::string& path)
 {
@@ -194,7 +204,7 @@ void check_names(const std::vector<job>& jobs)
         for (const std::string& path : one.input)
             sounds.insert(file_of(path));
     for (const job& one : jobs)
-        for (const std::string& output : {one.similarity, one.picture}) {
+        for (const std::string& output : {one.similarity, one.picture, one.sections}) {
             if (output.empty())
                 continue;
             const std::string reached = file_of(output);
@@ -214,6 +224,8 @@ void complete(options& chosen, const words& given)
     chosen.jobs = jobs_of(given);
     if (chosen.jobs[0].similarity.empty() && !chosen.plan)
         throw CLI::RequiredError("--similarity");
+    if (given.sections)
+        add_sections(chosen.jobs);
     check_names(chosen.jobs);
     chosen.max_memory_given = !given.max_memory.empty();
     chosen.max_memory = chosen.max_memory_given ? size_of(given.max_memory) : plan::free_memory();

@@ -19,6 +19,7 @@ struct job {
     std::vector<std::string> input; ///< the files of one sound
     std::string similarity;         ///< the SDIF file to write; empty only for a plan
     std::string picture;            ///< empty for none
+    std::string sections;           ///< labels of its sections; empty for none
 };
 
 /// What the user asked for.

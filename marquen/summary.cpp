@@ -53,6 +53,7 @@ std::string to_json(const summary& done, const job& one, const options& chosen)
         {"input", one.input},
         {"similarity", text_or_null(one.similarity)},
         {"picture", text_or_null(one.picture)},
+        {"sections", text_or_null(one.sections)},
         {"features_type", features_words[chosen.features]},
         {"features_modeling", modeling_words[chosen.modeling]},
         {"features_modeling_length", chosen.modeling_window},

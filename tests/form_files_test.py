@@ -43,6 +43,7 @@ class FormFiles(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
         cls.run_in(["compose", "demo.wav"])
+        Path(cls.folder.name, "results").mkdir()
         cls.run_in(["marquen", "--input", "demo.wav", "--similarity", "demo.sdif", "--quiet"])
         cls.form = json.loads(cls.run_in(["gabarit", "sections", "demo.sdif", "--json"]))
         cls.expected = [(part["start"], part["end"], part["label"]) for part in cls.form["sections"]]
@@ -56,7 +57,7 @@ class FormFiles(unittest.TestCase):
         return subprocess.run(command, cwd=cls.folder.name, check=True, stdout=subprocess.PIPE, text=True).stdout
 
     def written(self, ending):
-        self.run_in(["gabarit", "sections", "demo.sdif", f"demo{ending}"])
+        self.run_in(["gabarit", "sections", "--force", "demo.sdif", f"demo{ending}"])
         return Path(self.folder.name, f"demo{ending}")
 
     def check(self, sections):
@@ -70,6 +71,11 @@ class FormFiles(unittest.TestCase):
         self.assertEqual(self.form["form"], "A A B A")
         for (start, _, _), truth in zip(self.expected, (0, 12, 24, 36)):
             self.assertAlmostEqual(start, truth, delta=0.5)
+
+    def test_marquen_writes_them_in_the_same_run(self):
+        self.run_in(["marquen", "demo.wav", "--out", "results", "--sections", "--quiet"])
+        labels = Path(self.folder.name, "results/demo.txt").read_bytes()
+        self.assertEqual(labels, self.written(".txt").read_bytes())
 
     def test_lab_by_mir_eval(self):
         intervals, labels = mir_eval.io.load_labeled_intervals(str(self.written(".lab")))
