@@ -46,7 +46,7 @@ def run_marquen(sound_path, sound_id, mem_mb, settings, folder):
     if mem_mb:  # a refusal has reasons, a kill has none; the tenth is for what the plan leaves out
         command += ["--max_memory", f"{max(1, mem_mb * 9 // 10 - BESIDE_MARQUEN_MB)}MB"]
     done = run(command + ["--json", "--quiet", *settings], folder)
-    if done.returncode not in (0, 1):
+    if done.returncode not in (0, 1) or not done.stdout:  # without memory to load a sound the library ends with 1
         raise Accident(done.stderr.strip() or f"marquen ended with status {done.returncode}")
     return json.loads(done.stdout)
 

@@ -19,12 +19,14 @@ sys.dont_write_bytecode = True
 import archive  # noqa: E402
 import make_sounds  # noqa: E402
 
-# Stands in front of marquen: while the files beside it are there, one sound takes very long and one ends by a signal.
+# Stands in front of marquen: while the files beside it are there, one sound takes very long, one ends by a signal, and
+# one finds no memory to be loaded into.
 STAND_IN = """#!/bin/sh
 here={here}
 case "$*" in
 */slow.wav*) if [ -e $here/stall ]; then touch $here/stalled; exec sleep 60; fi ;;
 */crash.wav*) if [ -e $here/crash ]; then kill -KILL $$; fi ;;
+*/memory.wav*) if [ -e $here/crash ]; then echo 'Out of memory. Details' >&2; exit 1; fi ;;
 esac
 exec {marquen} "$@"
 """
@@ -61,7 +63,7 @@ class Workflow(unittest.TestCase):
         self.out = os.path.join(self.root, "out")
         os.mkdir(self.out)
         make_sounds.make_sounds(self.sounds, count=9, longest=2)
-        for name in ("slow.wav", "crash.wav"):
+        for name in ("slow.wav", "crash.wav", "memory.wav"):
             shutil.copy(os.path.join(self.sounds, "disc 0", "two words.wav"), os.path.join(self.sounds, name))
         self.set_aside = tempfile.mkdtemp()
         self.addCleanup(shutil.rmtree, self.set_aside)
@@ -133,7 +135,7 @@ class Workflow(unittest.TestCase):
         os.remove(self.flag("stall"))
         self.run_workflow("--unlock")
         self.run_workflow(status=1)
-        self.check_results(BAD | {"crash.wav"})
+        self.check_results(BAD | {"crash.wav", "memory.wav"})
         self.assertIn("SIGKILL", self.failed()["crash.wav"])
         self.assertIn("Format not recognised", self.failed()["bad/a text.wav"])
         kept = [name for name in before if os.stat(os.path.join(self.out, "gabarits", name)).st_ino == before[name]]
