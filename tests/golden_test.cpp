@@ -97,9 +97,9 @@ TEST_P(GoldenJob, AgreesWithTheReference)
         largest_step = std::max(largest_step, step);
         differing += step != 0;
     }
-    // Twice the largest effect that other orders of sums had on the reference itself. Its transform was in double
-    // precision throughout; what a single-precision one adds in the spectral valleys was measured with another one,
-    // FFTW 3.3.10, in place of ours: up to 0.021 of the cells, by one step.
+    // The stored share is the largest effect that eleven other legal choices had on the reference: orders of sums, and
+    // one single-precision transform. Another such transform moves the valleys of the contrast further: FFTW 3.3.10 in
+    // place of ours up to 0.021 of the cells more, by one step.
     const double transform_share = features == veloria::harmo ? 0.0 : 0.021;
     const double share = 2.0 * expected["rounding_share_of_cells"].get<double>() + 0.005 + transform_share;
     EXPECT_LE(largest_step, expected["rounding_max_step"].get<int>() + 1);
