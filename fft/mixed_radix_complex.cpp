@@ -68,7 +68,7 @@ void special_pass(const pass_shape& shape, const T* __restrict in, T* __restrict
     }
 }
 
-// Leaves its result in `values`.
+// The pass by any other odd radix. Leaves its result in `values`.
 template <bool INVERSE, class T>
 void general_pass(const pass_shape& shape, T* __restrict values, T* __restrict scratch, const T* twiddles)
 {

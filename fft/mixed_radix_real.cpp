@@ -60,9 +60,9 @@ void fill_twiddles(const std::vector<int>& factors, ptrdiff_t size, T* table)
 // The two columns that hold real values: bin 0 and, with an even number of columns, the Nyquist frequency.
 enum class edge { first, last };
 
-// Place of value h of an edge column among the radix * columns values of a block. In the spectrum of a block the bins
-// that come of one edge lie `columns` values apart, as pairs of real and imaginary part: the first of a pair ends one
-// run of `columns` values, the second begins the next, or the other way round.
+// Where value h that comes of an edge column belongs in the spectrum of its block, which is in halfcomplex order again.
+// Of the first column: bin 0 at 0, then the real part of bin m at 2 m columns - 1, its imaginary part at 2 m columns.
+// Of the last column: the real part of bin m at (2 m + 1) columns - 1, its imaginary part at (2 m + 1) columns.
 template <edge EDGE>
 ptrdiff_t place_of(const pass_shape& shape, ptrdiff_t h)
 {
@@ -98,6 +98,9 @@ void inverse_column(const pass_shape& shape, const T* __restrict in, T* __restri
     }
 }
 
+// The columns between the edges, in pairs that hold a complex bin each. Turned by its twiddles and transformed, a pair
+// becomes RADIX bins of the block's spectrum. Those of its upper half are stored as the conjugates of their mirror
+// bins, which run backwards.
 template <int RADIX, class T>
 void forward_pairs(const pass_shape& shape, const T* __restrict in, T* __restrict out, const T* __restrict twiddles)
 {
@@ -160,7 +163,8 @@ void inverse_pass(const pass_shape& shape, const T* in, T* out, const T* twiddle
     }
 }
 
-// Leaves its result in `values`.
+// The pass by any other odd radix: turns the pairs and adds and subtracts mirrored rows, lets sum_rows do the rest, and
+// puts the bins in their order. Leaves its result in `values`.
 template <class T>
 void general_forward_pass(const pass_shape& shape, T* __restrict values, T* __restrict scratch, const T* twiddles)
 {
@@ -198,7 +202,7 @@ void general_forward_pass(const pass_shape& shape, T* __restrict values, T* __re
     }
 }
 
-// Leaves its result in `values`.
+// The same steps the other way round.
 template <class T>
 void general_inverse_pass(const pass_shape& shape, T* __restrict values, T* __restrict scratch, const T* twiddles)
 {
