@@ -58,7 +58,8 @@ int read_and_compare(corvane::AbstractReader& reader, const std::vector<double>&
     std::vector<double> buffer(static_cast<std::size_t>(n * reader.channels() + 1), -77.0), expected;
     const int count = reader.read(buffer.data(), start, n);
     for (std::ptrdiff_t i = 0, from = std::ptrdiff_t{start} * reader.channels(); i < n * reader.channels(); ++i)
-        expected.push_back(from + i < 0 || from + i >= std::ssize(sound) ? 0.0 : sound.data()[from + i]);
+        expected.push_back(from + i < 0 || from + i >= std::ssize(sound) ? 0.0
+                                                                         : sound[static_cast<std::size_t>(from + i)]);
     expected.push_back(-77.0);
     EXPECT_EQ(buffer, expected) << n << " frames from " << start;
     return count;

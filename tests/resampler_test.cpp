@@ -87,18 +87,19 @@ TEST(Resampler, SumsEvenAndOddTapsOfAWindowedLowpassApartWhateverTheBlocks)
             responses.push_back(resample(resampler, impulse, {size}));
         }
         const std::vector<double> whole = resample(resampler, samples, {size});
-        for (std::int64_t m = 0; m < std::ssize(whole); ++m) {
-            const std::int64_t start = (m + s.latency) * s.down / s.up - (s.taps - 1);
+        for (std::size_t m = 0; m < whole.size(); ++m) {
+            const auto output = static_cast<std::int64_t>(m);
+            const std::int64_t start = (output + s.latency) * s.down / s.up - (s.taps - 1);
             double sums[2] = {}, flushed = 0.0;
-            for (std::int64_t i = 0; i < size; ++i) {
-                const double coefficient = responses.data()[i].data()[m];
+            for (std::size_t i = 0; i < samples.size(); ++i) {
+                const double coefficient = responses[i][m];
                 const double x = (static_cast<double>(m) * down - static_cast<double>(i) * up) / std::max(up, down);
                 ASSERT_NEAR(coefficient, std::min(1.0, up / down) * windowed_lowpass(x), 2e-15) << m << ", " << i;
-                sums[(i - start) & 1] += coefficient * samples.data()[i];
-                flushed += coefficient * samples.data()[i];
+                sums[(static_cast<std::int64_t>(i) - start) & 1] += coefficient * samples[i];
+                flushed += coefficient * samples[i];
             }
-            const bool of_flush = m >= std::ssize(whole) - s.latency;
-            ASSERT_EQ(whole.data()[m], of_flush ? flushed : sums[0] + sums[1]) << rate_hz << ", output " << m;
+            const bool of_flush = output >= std::ssize(whole) - s.latency;
+            ASSERT_EQ(whole[m], of_flush ? flushed : sums[0] + sums[1]) << rate_hz << ", output " << m;
         }
         for (const std::vector<int>& blocks : {std::vector{71}, {300}, {599}, {91, 1, 2, 3, 128, 64, 7}})
             EXPECT_EQ(resample(resampler, samples, blocks), whole) << rate_hz << testing::PrintToString(blocks);
