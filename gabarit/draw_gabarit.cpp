@@ -63,10 +63,10 @@ struct range {
 std::string remark_on(const stretch& drawn, const std::vector<moment>& moments, const range& values)
 {
     if (drawn.count == 0)
-        return "no moments: the sound is shorter than the step; analyse it with a shorter one";
+        return "no moments: the sound is shorter than the step; analyze it with a shorter one";
     if (drawn.count <= 2)
         return std::string(drawn.count == 1 ? "one moment" : "two moments") + ", with nothing to compare: " +
-               (drawn.count < moments.size() ? "draw a longer stretch" : "analyse the sound with a shorter step");
+               (drawn.count < moments.size() ? "draw a longer stretch" : "analyze the sound with a shorter step");
     if (values.most == 0)
         return "no two moments are alike, as in silence: listen to the sound";
     if (values.least == 255)

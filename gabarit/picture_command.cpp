@@ -72,7 +72,7 @@ void add_options(CLI::App& command, arguments& given)
     command.add_option("--origin", given.origin, "Where the vertical axis begins: bottom (default) or top")
         ->type_name("SIDE")
         ->check(one_of(origins));
-    command.add_option("--map", given.map, "Colours: gray (default), inverted, cubehelix, magma or viridis")
+    command.add_option("--map", given.map, "Colors: gray (default), inverted, cubehelix, magma or viridis")
         ->type_name("NAME")
         ->check(one_of(color_maps));
     command.add_option("--size", given.how.look.pixels, "Side of the picture, 300 to 10000, 1000 if not given")

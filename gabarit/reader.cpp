@@ -35,7 +35,7 @@ std::ifstream open(const std::string& path)
 
 } // namespace
 
-reader::reader(const std::string& path) : file_(open(path)), sdif_(file_)
+reader::reader(const std::string& path) : file(open(path)), sdif(file)
 {
     read_until_info();
 }
@@ -43,7 +43,7 @@ reader::reader(const std::string& path) : file_(open(path)), sdif_(file_)
 void reader::read_until_info()
 {
     FrameHeader frame{};
-    while (sdif_.next_frame(frame)) {
+    while (sdif.next_frame(frame)) {
         check_time(frame);
         if (frame.signature == Quillon::table_signature)
             read_table();
@@ -91,22 +91,22 @@ std::string showable(std::string_view text)
 void reader::skip_matrices()
 {
     MatrixHeader matrix{};
-    while (sdif_.next_matrix(matrix)) {}
+    while (sdif.next_matrix(matrix)) {}
 }
 
 void reader::read_table()
 {
-    for (MatrixHeader matrix{}; sdif_.next_matrix(matrix);) {
+    for (MatrixHeader matrix{}; sdif.next_matrix(matrix);) {
         if (matrix.signature != Quillon::table_signature)
             continue;
-        table_bytes_ += std::uint64_t{matrix.rows} * matrix.columns; // less than the file
-        if (table_bytes_ > most_table_bytes)
+        table_bytes += std::uint64_t{matrix.rows} * matrix.columns; // less than the file
+        if (table_bytes > most_table_bytes)
             throw FormatError(matrix.offset + 8, "the name-value tables take more than 16 MB");
-        for (const Quillon::NameValue& entry : Quillon::parse_table(sdif_.read_text(), sdif_.data_offset())) {
-            table_.push_back({showable(entry.name), showable(entry.value)});
-            if (!names_.insert(table_.back().name).second)
-                throw FormatError(sdif_.data_offset(),
-                                  "two entries of the table are named '" + table_.back().name + "'");
+        for (const Quillon::NameValue& entry : Quillon::parse_table(sdif.read_text(), sdif.data_offset())) {
+            entries.push_back({showable(entry.name), showable(entry.value)});
+            if (!names.insert(entries.back().name).second)
+                throw FormatError(sdif.data_offset(),
+                                  "two entries of the table are named '" + entries.back().name + "'");
         }
     }
 }
@@ -114,7 +114,7 @@ void reader::read_table()
 // Moves on in a frame of the gabarit's own, in which no kind of matrix comes twice.
 bool reader::next_own_matrix(MatrixHeader& matrix, unsigned& seen)
 {
-    if (!sdif_.next_matrix(matrix))
+    if (!sdif.next_matrix(matrix))
         return false;
     unsigned mark = 1;
     for (const layout::matrix_layout& known : {layout::info, layout::channel_map, layout::frame_info, layout::data}) {
@@ -136,8 +136,8 @@ bool reader::read_info_frame()
             continue;
         if (matrix.rows != 1 || matrix.columns != layout::info.columns.size())
             throw FormatError(matrix.offset + 8, "the information is no row of 5 numbers");
-        const std::vector<double> numbers = sdif_.read_numbers();
-        info_ = {numbers[layout::gabmode], numbers[layout::samplerate], numbers[layout::nchannels],
+        const std::vector<double> numbers = sdif.read_numbers();
+        facts = {numbers[layout::gabmode], numbers[layout::samplerate], numbers[layout::nchannels],
                  numbers[layout::fftsize], numbers[layout::numframes]};
         found = true;
     }
@@ -147,24 +147,24 @@ bool reader::read_info_frame()
 void reader::check_info(std::uint64_t offset)
 {
     constexpr double most_frames = 1 << 24; // a float32 counts no further
-    const double count = info_.frame_count;
+    const double count = facts.frame_count;
     if (!(count >= 0.0 && count <= most_frames) || count != std::floor(count))
         throw FormatError(offset, "the information frame gives no usable number of frames");
-    if (info_.fft_size != static_cast<double>(layout::fft_size(std::llround(count))))
+    if (facts.fft_size != static_cast<double>(layout::fft_size(std::llround(count))))
         throw FormatError(offset, "no gabarit of a sound with itself: the frames don't have as many values as there "
                                   "are frames");
-    size_ = static_cast<int>(count);
-    const auto n = static_cast<std::uint64_t>(size_);
-    if (n * n > sdif_.bytes_left())
+    moments = static_cast<int>(count);
+    const auto n = static_cast<std::uint64_t>(moments);
+    if (n * n > sdif.bytes_left())
         throw FormatError(offset, "the file is cut: " + std::to_string(n) + " frames of " + std::to_string(n) +
-                                      " values are announced, but only " + std::to_string(sdif_.bytes_left()) +
+                                      " values are announced, but only " + std::to_string(sdif.bytes_left()) +
                                       " bytes follow");
 }
 
 std::string reader::value(const std::string& name) const
 {
-    const auto entry = std::ranges::find(table_, name, &Quillon::NameValue::name);
-    return entry == table_.end() ? std::string() : entry->value;
+    const auto entry = std::ranges::find(entries, name, &Quillon::NameValue::name);
+    return entry == entries.end() ? std::string() : entry->value;
 }
 
 settings reader::made_with() const
@@ -185,9 +185,9 @@ settings reader::made_with() const
 // Equal times are allowed to frames of different types.
 void reader::check_time(const FrameHeader& frame)
 {
-    if (!std::isfinite(frame.time) || frame.time < last_frame_time_)
+    if (!std::isfinite(frame.time) || frame.time < last_frame_time)
         throw FormatError(frame.offset + 8, "the times of the frames don't ascend");
-    last_frame_time_ = frame.time;
+    last_frame_time = frame.time;
 }
 
 bool reader::next_column(column& read)
@@ -195,10 +195,10 @@ bool reader::next_column(column& read)
     FrameHeader frame{};
     bool is_column = false;
     while (!is_column) {
-        if (!sdif_.next_frame(frame)) {
-            if (columns_read_ < size_)
-                throw FormatError(frame.offset, "the file ends after " + std::to_string(columns_read_) + " of " +
-                                                    std::to_string(size_) + " frames");
+        if (!sdif.next_frame(frame)) {
+            if (columns_read < moments)
+                throw FormatError(frame.offset, "the file ends after " + std::to_string(columns_read) + " of " +
+                                                    std::to_string(moments) + " frames");
             return false;
         }
         check_time(frame);
@@ -207,22 +207,22 @@ bool reader::next_column(column& read)
             skip_matrices();
     }
 
-    if (columns_read_ == size_)
-        throw FormatError(frame.offset, "there are more frames than the " + std::to_string(size_) + " announced");
-    if (frame.time == last_column_time_)
+    if (columns_read == moments)
+        throw FormatError(frame.offset, "there are more frames than the " + std::to_string(moments) + " announced");
+    if (frame.time == last_column_time)
         throw FormatError(frame.offset + 8, "two frames have the same time");
     read.offset = frame.offset;
-    read.time_seconds = last_column_time_ = frame.time;
+    read.time_seconds = last_column_time = frame.time;
     read_data_frame(read);
-    ++columns_read_;
+    ++columns_read;
     return true;
 }
 
 void reader::read_again(std::uint64_t offset, column& read)
 {
     FrameHeader frame{};
-    sdif_.go_to(offset);
-    if (!sdif_.next_frame(frame))
+    sdif.go_to(offset);
+    if (!sdif.next_frame(frame))
         throw FormatError(offset, "the file became shorter");
     read.offset = offset;
     read.time_seconds = frame.time;
@@ -238,11 +238,11 @@ void reader::read_data_frame(column& read)
             continue;
         if (matrix.type != layout::data.type)
             throw FormatError(matrix.offset + 4, "the similarities are no bytes");
-        if (matrix.rows != static_cast<std::uint32_t>(size_) || matrix.columns != layout::data.columns.size())
+        if (matrix.rows != static_cast<std::uint32_t>(moments) || matrix.columns != layout::data.columns.size())
             throw FormatError(matrix.offset + 8, "a frame has " + std::to_string(matrix.rows) + " by " +
                                                      std::to_string(matrix.columns) + " values instead of " +
-                                                     std::to_string(size_) + " by 1");
-        sdif_.read_bytes(read.similarity);
+                                                     std::to_string(moments) + " by 1");
+        sdif.read_bytes(read.similarity);
         found = true;
     }
     if (!found)

@@ -49,12 +49,12 @@ public:
     reader& operator=(const reader&) = delete;
 
     /// Number of columns, and of values in each. The file has room for their square.
-    int size() const { return size_; }
+    int size() const { return moments; }
 
-    const information& info() const { return info_; }
+    const information& info() const { return facts; }
 
     /// Entries of the name-value tables, made showable; each name is there once. They take 16 MB at most.
-    const std::vector<Quillon::NameValue>& table() const { return table_; }
+    const std::vector<Quillon::NameValue>& table() const { return entries; }
 
     /// The value of that name, empty if there is none.
     std::string value(const std::string& name) const;
@@ -81,16 +81,16 @@ private:
     void check_time(const Quillon::FrameHeader& frame);
     void read_data_frame(column& read);
 
-    std::ifstream file_;
-    Quillon::SDIFReader sdif_;
-    std::vector<Quillon::NameValue> table_;
-    std::unordered_set<std::string> names_; // of the entries
-    std::uint64_t table_bytes_ = 0;
-    information info_{};
-    int size_ = 0;
-    int columns_read_ = 0;
-    double last_frame_time_ = Quillon::header_frame_time;
-    double last_column_time_ = Quillon::header_frame_time;
+    std::ifstream file;
+    Quillon::SDIFReader sdif;
+    std::vector<Quillon::NameValue> entries;
+    std::unordered_set<std::string> names; // of the entries
+    std::uint64_t table_bytes = 0;
+    information facts{};
+    int moments = 0;
+    int columns_read = 0;
+    double last_frame_time = Quillon::header_frame_time;
+    double last_column_time = Quillon::header_frame_time;
 };
 
 } // namespace gabarit

@@ -16,29 +16,29 @@ namespace {
 // weights of their places. A single pair of unequal values never escapes, several do with a chance of about 2^-31.
 class symmetry_check {
 public:
-    explicit symmetry_check(int size) : weights_(static_cast<std::size_t>(size)), rows_(weights_), columns_(weights_)
+    explicit symmetry_check(int size) : weights(static_cast<std::size_t>(size)), rows(weights), columns(weights)
     {
         std::mt19937 random; // the same weights each time
-        std::ranges::generate(weights_, [&] { return (random() >> 1) + 1; });
+        std::ranges::generate(weights, [&] { return (random() >> 1) + 1; });
     }
 
     void add_column(std::size_t index, const std::vector<unsigned char>& values)
     {
         // 2^24 values of 8 bits with weights of 31 bits: no sum passes 2^63.
         for (std::size_t i = 0; i < values.size(); ++i) {
-            rows_[i] += weights_[index] * values[i];
-            columns_[index] += weights_[i] * values[i];
+            rows[i] += weights[index] * values[i];
+            columns[index] += weights[i] * values[i];
         }
     }
 
     // The first index whose row and column differ, or the size.
     std::size_t first_difference() const
     {
-        return static_cast<std::size_t>(std::ranges::mismatch(rows_, columns_).in1 - rows_.begin());
+        return static_cast<std::size_t>(std::ranges::mismatch(rows, columns).in1 - rows.begin());
     }
 
 private:
-    std::vector<std::uint64_t> weights_, rows_, columns_;
+    std::vector<std::uint64_t> weights, rows, columns;
 };
 
 } // namespace

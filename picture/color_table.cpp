@@ -17,7 +17,7 @@ std::uint32_t pack(double red, double green, double blue)
     return byte(red) << 16 | byte(green) << 8 | byte(blue);
 }
 
-// A helix around the gray diagonal of the colour cube: its brightness rises evenly.
+// A helix around the gray diagonal of the color cube: its brightness rises evenly.
 std::uint32_t cubehelix(double level)
 {
     constexpr double start = 0.5, rotations = -1.5, hue = 1.0;
@@ -28,8 +28,8 @@ std::uint32_t cubehelix(double level)
     return pack(level - 0.14861 * c + 1.78277 * s, level - 0.29227 * c - 0.90649 * s, level + 1.97294 * c);
 }
 
-// Every fifth colour of matplotlib.colormaps[NAME], whose maps are linear enough between: no channel errs by more than
-// 1. Both were designed by N. Smith and S. van der Walt to rise evenly in lightness, for the colour-blind too.
+// Every fifth color of matplotlib.colormaps[NAME], whose maps are linear enough between: no channel errs by more than
+// 1. Both were designed by N. Smith and S. van der Walt to rise evenly in lightness, for the color-blind too.
 constexpr int table_step = 5;
 using table = std::array<std::uint32_t, 255 / table_step + 1>;
 constexpr table magma{0x000004, 0x02020b, 0x050416, 0x090720, 0x0e0b2b, 0x140e36, 0x1a1042, 0x21114e, 0x29115a,

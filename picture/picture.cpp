@@ -86,7 +86,7 @@ struct pixel_code {
     std::array<unsigned char, 256> level, ink;
 };
 
-// A palette has 256 colours. Beside a square with labels, 16 of them are the grays of the letters, and the map has the
+// A palette has 256 colors. Beside a square with labels, 16 of them are the grays of the letters, and the map has the
 // other 240; the square alone has all.
 pixel_code code_of(const picture_options& options)
 {

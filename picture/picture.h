@@ -7,7 +7,7 @@
 
 namespace picture {
 
-/// Byte to colour: 255 is white in `gray`, black in `inverted`; the others go from dark to light.
+/// Byte to color: 255 is white in `gray`, black in `inverted`; the others go from dark to light.
 enum class color_map { gray, inverted, cubehelix, magma, viridis };
 
 struct picture_options {

@@ -16,7 +16,7 @@ using byte_sink = std::function<bool(const void* bytes, std::size_t count)>;
 /// nothing: its owner knows.
 class png_writer {
 public:
-    /// @param palette  up to 256 colours 0xRRGGBB, which the bytes index; none: the bytes are gray, 255 is white
+    /// @param palette  up to 256 colors 0xRRGGBB, which the bytes index; none: the bytes are gray, 255 is white
     /// @param title    UTF-8; empty: none
     /// @throws std::runtime_error "the picture can't be drawn: REASON" for sizes that no PNG has, or without memory; as
     ///         all that follows

@@ -10,17 +10,17 @@ FormatError::FormatError(std::uint64_t byte_offset, const std::string& text)
     : std::runtime_error("offset " + std::to_string(byte_offset) + ": " + text), offset(byte_offset)
 {}
 
-SDIFReader::SDIFReader(std::istream& in) : in_(in)
+SDIFReader::SDIFReader(std::istream& file) : in(file)
 {
-    in_.seekg(0, std::ios::end);
-    const std::streamoff end = in_.tellg();
-    if (!in_ || end < 0)
+    in.seekg(0, std::ios::end);
+    const std::streamoff end = in.tellg();
+    if (!in || end < 0)
         throw FormatError(0, "the file can't be read from any place in it");
-    file_bytes_ = static_cast<std::uint64_t>(end);
-    position_ = file_bytes_;
+    file_bytes = static_cast<std::uint64_t>(end);
+    position = file_bytes;
 
-    if (file_bytes_ < opening_frame_bytes)
-        throw FormatError(0, "no SDIF file: " + std::to_string(file_bytes_) + " bytes are too few");
+    if (file_bytes < opening_frame_bytes)
+        throw FormatError(0, "no SDIF file: " + std::to_string(file_bytes) + " bytes are too few");
     std::array<unsigned char, opening_frame_bytes> bytes{};
     read_at(0, bytes.data(), bytes.size());
     if (load_big_endian<std::uint32_t>(bytes.data()) != opening_signature)
@@ -31,23 +31,23 @@ SDIFReader::SDIFReader(std::istream& in) : in_(in)
         throw FormatError(8, "format version " + std::to_string(version) + ", only 3 can be read");
     if (size != opening_frame_bytes - uncounted_frame_bytes)
         throw FormatError(4, "the opening frame has the size " + std::to_string(size) + " instead of 8");
-    frame_end_ = next_matrix_ = opening_frame_bytes;
+    frame_end = next_offset = opening_frame_bytes;
 }
 
 void SDIFReader::read_at(std::uint64_t offset, unsigned char* out, std::uint64_t count)
 {
-    if (offset != position_)
-        in_.seekg(static_cast<std::streamoff>(offset));
-    in_.read(reinterpret_cast<char*>(out), static_cast<std::streamsize>(count));
-    if (!in_)
+    if (offset != position)
+        in.seekg(static_cast<std::streamoff>(offset));
+    in.read(reinterpret_cast<char*>(out), static_cast<std::streamsize>(count));
+    if (!in)
         throw FormatError(offset, "reading failed");
-    position_ = offset + count;
+    position = offset + count;
 }
 
 bool SDIFReader::next_frame(FrameHeader& frame)
 {
-    frame.offset = frame_end_;
-    if (frame_end_ == file_bytes_)
+    frame.offset = frame_end;
+    if (frame_end == file_bytes)
         return false;
     if (bytes_left() < frame_header_bytes)
         throw FormatError(frame.offset, "the last " + std::to_string(bytes_left()) + " bytes are no frame");
@@ -65,59 +65,59 @@ bool SDIFReader::next_frame(FrameHeader& frame)
     if (frame.size > left)
         throw FormatError(frame.offset + 4, "a frame has the size " + std::to_string(frame.size) + ", but only " +
                                                 std::to_string(left) + " bytes are left");
-    next_matrix_ = frame.offset + frame_header_bytes;
-    frame_end_ = frame.offset + uncounted_frame_bytes + frame.size;
-    matrices_left_ = frame.matrix_count;
+    next_offset = frame.offset + frame_header_bytes;
+    frame_end = frame.offset + uncounted_frame_bytes + frame.size;
+    matrices_left = frame.matrix_count;
     return true;
 }
 
 bool SDIFReader::next_matrix(MatrixHeader& matrix)
 {
-    const std::uint64_t left = frame_end_ - next_matrix_;
-    if (matrices_left_ == 0) {
+    const std::uint64_t left = frame_end - next_offset;
+    if (matrices_left == 0) {
         if (left != 0)
-            throw FormatError(next_matrix_, std::to_string(left) + " bytes follow the last matrix of a frame");
+            throw FormatError(next_offset, std::to_string(left) + " bytes follow the last matrix of a frame");
         return false;
     }
     if (left < matrix_header_bytes)
-        throw FormatError(next_matrix_, "a frame ends before its last matrix");
+        throw FormatError(next_offset, "a frame ends before its last matrix");
     std::array<unsigned char, matrix_header_bytes> bytes{};
-    read_at(next_matrix_, bytes.data(), bytes.size());
-    matrix_.offset = next_matrix_;
-    matrix_.signature = load_big_endian<std::uint32_t>(bytes.data());
-    matrix_.type = static_cast<DataType>(load_big_endian<std::uint32_t>(bytes.data() + 4));
-    matrix_.rows = load_big_endian<std::uint32_t>(bytes.data() + 8);
-    matrix_.columns = load_big_endian<std::uint32_t>(bytes.data() + 12);
+    read_at(next_offset, bytes.data(), bytes.size());
+    current.offset = next_offset;
+    current.signature = load_big_endian<std::uint32_t>(bytes.data());
+    current.type = static_cast<DataType>(load_big_endian<std::uint32_t>(bytes.data() + 4));
+    current.rows = load_big_endian<std::uint32_t>(bytes.data() + 8);
+    current.columns = load_big_endian<std::uint32_t>(bytes.data() + 12);
 
     // The count of elements fits in 64 bits, their bytes may not.
-    const std::uint64_t elements = std::uint64_t{matrix_.rows} * matrix_.columns;
-    const std::uint64_t element = element_size(matrix_.type);
+    const std::uint64_t elements = std::uint64_t{current.rows} * current.columns;
+    const std::uint64_t element = element_size(current.type);
     const std::uint64_t room = left - matrix_header_bytes;
     if (element != 0 && elements > room / element)
-        throw FormatError(matrix_.offset + 8,
-                          std::to_string(matrix_.rows) + " rows and " + std::to_string(matrix_.columns) +
+        throw FormatError(current.offset + 8,
+                          std::to_string(current.rows) + " rows and " + std::to_string(current.columns) +
                               " columns don't fit in the frame's last " + std::to_string(room) + " bytes");
-    data_offset_ = matrix_.offset + matrix_header_bytes;
-    data_bytes_ = elements * element;
-    next_matrix_ = data_offset_ + data_bytes_ + padding_after(data_bytes_); // frame sizes are multiples of 8: it fits
-    --matrices_left_;
-    matrix = matrix_;
+    data_begin = current.offset + matrix_header_bytes;
+    data_bytes = elements * element;
+    next_offset = data_begin + data_bytes + padding_after(data_bytes); // frame sizes are multiples of 8: it fits
+    --matrices_left;
+    matrix = current;
     return true;
 }
 
 void SDIFReader::read_bytes(std::vector<unsigned char>& bytes)
 {
-    bytes.resize(data_bytes_);
-    read_at(data_offset_, bytes.data(), data_bytes_);
+    bytes.resize(data_bytes);
+    read_at(data_begin, bytes.data(), data_bytes);
 }
 
 std::string SDIFReader::read_text()
 {
-    if (element_size(matrix_.type) != 1)
-        throw FormatError(matrix_.offset + 4,
-                          "a matrix of text has elements of " + std::to_string(element_size(matrix_.type)) + " bytes");
-    std::string text(data_bytes_, '\0');
-    read_at(data_offset_, reinterpret_cast<unsigned char*>(text.data()), data_bytes_);
+    if (element_size(current.type) != 1)
+        throw FormatError(current.offset + 4,
+                          "a matrix of text has elements of " + std::to_string(element_size(current.type)) + " bytes");
+    std::string text(data_bytes, '\0');
+    read_at(data_begin, reinterpret_cast<unsigned char*>(text.data()), data_bytes);
     return text;
 }
 
@@ -166,13 +166,13 @@ loader loader_for(DataType type)
 
 std::vector<double> SDIFReader::read_numbers()
 {
-    const loader load = loader_for(matrix_.type);
+    const loader load = loader_for(current.type);
     if (load == nullptr)
-        throw FormatError(matrix_.offset + 4,
-                          "no numbers have the type " + std::to_string(static_cast<std::uint32_t>(matrix_.type)));
+        throw FormatError(current.offset + 4,
+                          "no numbers have the type " + std::to_string(static_cast<std::uint32_t>(current.type)));
     std::vector<unsigned char> bytes;
     read_bytes(bytes);
-    std::vector<double> numbers(bytes.size() / element_size(matrix_.type));
+    std::vector<double> numbers(bytes.size() / element_size(current.type));
     load(bytes, numbers);
     return numbers;
 }

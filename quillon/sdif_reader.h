@@ -42,15 +42,15 @@ struct MatrixHeader {
 /// Every function throws FormatError for bytes that can't be an SDIF file.
 class SDIFReader {
 public:
-    /// Checks the opening frame. `in` must be seekable and outlive the reader.
-    explicit SDIFReader(std::istream& in);
+    /// Checks the opening frame. `file` must be seekable and outlive the reader.
+    explicit SDIFReader(std::istream& file);
 
     /// Moves to the next frame, past what was not read of this one.
     /// @return false at the end of the file; the offset is then the file's size
     bool next_frame(FrameHeader& frame);
 
     /// Lets the frame that stands at the offset be the next one.
-    void go_to(std::uint64_t frame_offset) { frame_end_ = frame_offset; }
+    void go_to(std::uint64_t frame_offset) { frame_end = frame_offset; }
 
     /// Moves to the next matrix of the frame.
     /// @return false after the last one, which must end where the frame ends
@@ -66,22 +66,22 @@ public:
     std::vector<double> read_numbers();
 
     /// Offset of the current matrix's data.
-    std::uint64_t data_offset() const { return data_offset_; }
+    std::uint64_t data_offset() const { return data_begin; }
 
     /// Bytes of the file after the current frame.
-    std::uint64_t bytes_left() const { return file_bytes_ - frame_end_; }
+    std::uint64_t bytes_left() const { return file_bytes - frame_end; }
 
 private:
     void read_at(std::uint64_t offset, unsigned char* out, std::uint64_t count);
 
-    std::istream& in_;
-    std::uint64_t file_bytes_ = 0;
-    std::uint64_t position_ = 0; // of the stream
-    std::uint64_t frame_end_ = 0;
-    std::uint64_t next_matrix_ = 0;
-    std::uint32_t matrices_left_ = 0;
-    MatrixHeader matrix_{};
-    std::uint64_t data_offset_ = 0, data_bytes_ = 0;
+    std::istream& in;
+    std::uint64_t file_bytes = 0;
+    std::uint64_t position = 0; // of the stream
+    std::uint64_t frame_end = 0;
+    std::uint64_t next_offset = 0;
+    std::uint32_t matrices_left = 0;
+    MatrixHeader current{};
+    std::uint64_t data_begin = 0, data_bytes = 0;
 };
 
 struct NameValue {

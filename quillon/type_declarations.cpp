@@ -33,7 +33,7 @@ void MatrixType::AddColumn(const char* name)
 
 std::string MatrixType::declaration() const
 {
-    std::string text = "1MTD\t" + signature_text(signature_) + "\t{";
+    std::string text = "1MTD\t" + signature_text(own_signature) + "\t{";
     for (std::size_t i = 0; i < columns.size(); ++i)
         text += (i == 0 ? "" : ", ") + columns[i];
     return text + "}\n";
@@ -56,7 +56,7 @@ void FrameType::AddMatrixType(const MatrixType& type, const char* name)
 
 std::string FrameType::declaration() const
 {
-    std::string text = "1FTD\t" + signature_text(signature_) + "\n{\n";
+    std::string text = "1FTD\t" + signature_text(own_signature) + "\n{\n";
     for (std::size_t i = 0; i < types.size(); ++i)
         text += signature_text(types[i].signature()) + "\t" + names[i] + ";\n";
     return text + "}\n";
