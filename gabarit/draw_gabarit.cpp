@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "gabarit/form.h"
 #include "gabarit/reader.h"
 #include "picture/pooling.h"
 #include "picture/time_ticks.h"
@@ -158,6 +159,9 @@ std::string draw(const std::string& sdif_path, const std::string& picture_path, 
         square.row = [&](int i) { return pooled.data() + std::ptrdiff_t{i} * square.side; };
     }
     around.remark = remark_on(drawn, moments, values);
+    if (how.sections)
+        for (const sections::section& each : read_form(sdif_path).sections)
+            around.sections.push_back({each.start_seconds, each.end_seconds, each.label});
     picture::draw(square, around, picture_path, how.look, how.treatment);
     return remark_on(drawn, moments, values); // a square that wasn't pooled has been read only now
 }

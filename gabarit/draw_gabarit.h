@@ -15,6 +15,7 @@ struct drawing {
     /// The moments from one time to the other are drawn, both included; seconds.
     double from_seconds = -std::numeric_limits<double>::infinity();
     double to_seconds = std::numeric_limits<double>::infinity();
+    bool sections = false; ///< mark them along both axes
     /// Gets the share that is done, from 0 to 1; may be empty.
     std::function<void(double)> report{};
 };

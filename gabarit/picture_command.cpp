@@ -80,6 +80,8 @@ void add_options(CLI::App& command, arguments& given)
         ->check(CLI::Range(1, 10000).description(""));
     command.add_flag("--plain", given.how.look.plain,
                      "The square alone, without axes, a pixel per cell; no larger than --size if that is given");
+    command.add_flag("--sections", given.how.sections, "Mark the sections along both axes, a letter each")
+        ->excludes("--plain");
     const CLI::Validator time(check_time, "");
     command.add_option("--from", given.from, "Draw from this time on: seconds, or minutes:seconds")
         ->type_name("TIME")

@@ -57,8 +57,9 @@ void draw_titles(cairo_t* context, const page_layout& layout, const labels& arou
     write_line(context, around.title, {1.4 * em, weight::bold}, center, layout.plot.y - 3.2 * em, alignment::center,
                room);
     write_line(context, around.subtitle, {em}, center, layout.plot.y - 1.7 * em, alignment::center, room);
-    write_line(context, around.remark, {em, weight::bold}, center, layout.strip.bottom() - 0.2 * em, alignment::center,
-               room);
+    if (around.sections.empty())
+        write_line(context, around.remark, {em, weight::bold}, center, layout.strip.bottom() - 0.2 * em,
+                   alignment::center, room);
 }
 
 void draw_time_axes(cairo_t* context, const page_layout& layout, const labels& around)
@@ -79,6 +80,33 @@ void draw_time_axes(cairo_t* context, const page_layout& layout, const labels& a
     const std::string name = around.axis_end >= 3600.0 ? "time (h:min:s)" : "time (min:s)";
     write_line(context, name, {em}, plot.x + plot.width / 2.0, plot.bottom() + 3.2 * em, alignment::center);
     write_upwards(context, name, {em}, plot.x - 5.2 * em, plot.y + plot.height / 2.0);
+}
+
+// Above the square and to its right: a line at each boundary, the letters between them where they fit.
+void draw_sections(cairo_t* context, const page_layout& layout, const labels& around)
+{
+    const double em = layout.em, height = layout.strip.height;
+    const box& plot = layout.plot;
+    const auto along = [&](double seconds) {
+        return std::clamp(x_of(seconds, layout, around) - plot.x, 0.0, plot.width);
+    };
+    const auto upright = [&](double distance) {
+        return layout.from_top ? plot.y + distance : plot.bottom() - distance;
+    };
+    for (const section& each : around.sections) {
+        const double begin = along(each.start_seconds), end = along(each.end_seconds), middle = (begin + end) / 2.0;
+        if (begin >= end)
+            continue;
+        for (const double edge : {begin, end}) {
+            draw_line(context, plot.x + edge, plot.y, 0.0, -height);
+            draw_line(context, plot.right(), upright(edge), height, 0.0);
+        }
+        if (em * static_cast<double>(each.label.size()) > end - begin)
+            continue;
+        write_line(context, each.label, {em, weight::bold}, plot.x + middle, plot.y - 0.2 * em, alignment::center);
+        write_line(context, each.label, {em, weight::bold}, plot.right() + 0.55 * em, upright(middle) + 0.36 * em,
+                   alignment::center);
+    }
 }
 
 void draw_scale_labels(cairo_t* context, const page_layout& layout)
@@ -132,6 +160,7 @@ void draw_page(cairo_t* context, const page_layout& layout, const labels& around
     fill_plot(context, layout.plot);
     draw_frame(context, layout.plot);
     draw_time_axes(context, layout, around);
+    draw_sections(context, layout, around);
     draw_scale_labels(context, layout);
 }
 

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "picture/whole_file.h"
 
@@ -29,6 +30,12 @@ struct square {
     std::function<const unsigned char*(int)> row{};
 };
 
+/// A stretch of both axes with a name.
+struct section {
+    double start_seconds, end_seconds;
+    std::string label;
+};
+
 /// What stands around it.
 struct labels {
     std::string title{};
@@ -36,6 +43,7 @@ struct labels {
     std::string remark{};                          ///< what is special about the square, empty if nothing is
     double begin_seconds = 0.0, end_seconds = 0.0; ///< of the square
     double axis_begin = 0.0, axis_end = 0.0;       ///< of the axes, the square within
+    std::vector<section> sections{};               ///< marked along both axes; then a remark has no place
 };
 
 /// Whether the path ends in .png, .svg or .pdf.

@@ -123,6 +123,18 @@ TEST(Form, WarnsOfLongWindows)
     }
 }
 
+TEST(Form, IsMarkedAlongTheAxesOfAPicture)
+{
+    const test_folder folder;
+    write_square(folder.path("a.sdif"), aaba());
+    const std::string draw = "cd " + folder.path("") + " && " GABARIT " picture a.sdif ";
+    ASSERT_EQ(std::system((draw + "bare.png").c_str()), 0);
+    ASSERT_EQ(std::system((draw + "--sections marked.png").c_str()), 0);
+    EXPECT_NE(contents(folder.path("bare.png")), contents(folder.path("marked.png")));
+    EXPECT_NE(std::system((draw + "--sections --plain plain.png 2>stderr").c_str()), 0);
+    EXPECT_FALSE(std::filesystem::exists(folder.path("plain.png")));
+}
+
 TEST(Form, KeepsFilesAndRefusesWhatIsNoWholeGabarit)
 {
     const test_folder folder;
