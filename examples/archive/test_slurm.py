@@ -213,7 +213,9 @@ def main(folder, is_long):
         assert refused == BAD, refused
         wait_for(lambda: not cluster.jobs(), "an empty queue")
         with open(f"{cluster.folder}/slurmd.log") as file:
-            assert "exceeded memory limit" in file.read()
+            ends = file.read()
+        assert "exceeded memory limit" in ends
+        assert not is_long or "DUE TO TIME LIMIT" in ends
         tell(f"{done} done as by plain runs, {refused} refused, nothing runs")
     except BaseException:
         run.log.seek(0)
