@@ -11,11 +11,6 @@ import subprocess
 import sys
 import tempfile
 
-import matplotlib
-
-matplotlib.use("Agg")
-import matplotlib.pyplot as plt
-
 from figures import HERE, cpu_seconds, write_sound
 
 
@@ -31,15 +26,11 @@ def measure(build, minutes, folder):
     return plan["n"], ours, numpy, plan["memory_bytes"] / 2**20
 
 
-def main():
-    build, picture = sys.argv[1:3]
-    lengths = [int(minutes) for minutes in sys.argv[3:]] or [1, 2, 5, 10, 20, 60, 180]
-    with tempfile.TemporaryDirectory() as folder:
-        points = [measure(build, minutes, folder) for minutes in lengths]
-    print("| n | CPU | memory | planned | numpy: CPU | memory |\n|---|---|---|---|---|---|")
-    for n, ours, numpy, planned in points:
-        numpy_cells = f"{numpy[0]:.2f} s | {numpy[1]:.0f} MiB" if numpy else "| "
-        print(f"| {n} | {ours[0]:.2f} s | {ours[1]:.0f} MiB | {planned:.0f} MiB | {numpy_cells} |")
+def draw(points, picture):
+    # Only here: a process starts with the peak memory of the one that it was forked from.
+    import matplotlib
+    matplotlib.use("Agg")
+    import matplotlib.pyplot as plt
 
     figure, axes = plt.subplots(1, 2, figsize=(9, 4), layout="constrained")
     for axis, which, unit in ((axes[0], 0, "CPU, seconds"), (axes[1], 1, "peak memory, MiB")):
@@ -52,6 +43,18 @@ def main():
     axes[1].legend()
     axes[0].legend()
     figure.savefig(picture, dpi=100)
+
+
+def main():
+    build, picture = sys.argv[1:3]
+    lengths = [int(minutes) for minutes in sys.argv[3:]] or [1, 2, 5, 10, 20, 60, 180]
+    with tempfile.TemporaryDirectory() as folder:
+        points = [measure(build, minutes, folder) for minutes in lengths]
+    print("| n | CPU | memory | planned | numpy: CPU | memory |\n|---|---|---|---|---|---|")
+    for n, ours, numpy, planned in points:
+        numpy_cells = f"{numpy[0]:.2f} s | {numpy[1]:.0f} MiB" if numpy else "| "
+        print(f"| {n} | {ours[0]:.2f} s | {ours[1]:.0f} MiB | {planned:.0f} MiB | {numpy_cells} |")
+    draw(points, picture)
 
 
 if __name__ == "__main__":
