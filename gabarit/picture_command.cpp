@@ -61,6 +61,8 @@ void check(const arguments& given)
     if (!look.plain && look.pixels != 0 && look.pixels < picture::least_page_pixels)
         throw CLI::ValidationError("--size", "a picture with axes has " + std::to_string(picture::least_page_pixels) +
                                                  " pixels or more");
+    if (look.plain && given.how.sections)
+        throw CLI::ValidationError("--sections", "marks axes, and --plain draws none");
     if (given.how.from_seconds > given.how.to_seconds)
         throw CLI::ValidationError("--from", "is behind --to");
 }
@@ -80,8 +82,7 @@ void add_options(CLI::App& command, arguments& given)
         ->check(CLI::Range(1, 10000).description(""));
     command.add_flag("--plain", given.how.look.plain,
                      "The square alone, without axes, a pixel per cell; no larger than --size if that is given");
-    command.add_flag("--sections", given.how.sections, "Mark the sections along both axes, a letter each")
-        ->excludes("--plain");
+    command.add_flag("--sections", given.how.sections, "Mark the sections along both axes, a letter each");
     const CLI::Validator time(check_time, "");
     command.add_option("--from", given.from, "Draw from this time on: seconds, or minutes:seconds")
         ->type_name("TIME")

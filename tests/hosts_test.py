@@ -36,6 +36,7 @@ class Host(unittest.TestCase):
         return subprocess.Popen([HOST, sound, gabarit], cwd=self.folder, stderr=subprocess.PIPE, text=True)
 
     def test_writes_what_marquen_writes(self):
+        self.write("sound.wav", 400 * RATE, random.Random(1).randbytes(800 * RATE)) # long enough for a report
         host = self.start("sound.wav")
         said = host.communicate()[1]
         self.assertEqual(host.returncode, 0, said)
