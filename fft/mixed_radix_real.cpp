@@ -254,8 +254,8 @@ void mixed_radix_real<T>::forward(T* data) noexcept
     T *from = data, *to = scratch.data();
     const T* w = twiddles.data() + size - 1; // behind those of the last pass
     ptrdiff_t rest = size;
-    for (std::size_t k = factors.size(); k-- > 0;) {
-        const ptrdiff_t radix = factors[k];
+    for (auto factor = factors.rbegin(); factor != factors.rend(); ++factor) {
+        const ptrdiff_t radix = *factor;
         const pass_shape shape = {radix, size / rest, rest / radix};
         w -= (radix - 1) * shape.columns;
         run_pass(

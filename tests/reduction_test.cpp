@@ -186,7 +186,7 @@ TEST(Reduction, AgreesWithTheDecompositionOfTheWholeMatrix)
         matrix stream = noise_matrix(c.rows, c.columns);
         c.change(stream);
         const matrix scores = reduced(stream);
-        if (std::isnan(stream(2, 7)))
+        if (c.columns > 7 && std::isnan(stream(2, 7)))
             stream = tavel::select_columns(stream, {0, 1, 2, 3, 4, 5, 6, 8, 9, 10, 11});
         decomposition whole = decompose_whole(stream);
         const int columns = kept_columns(whole.singular);

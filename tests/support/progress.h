@@ -26,7 +26,7 @@ public:
     const veloria::progress_sink sink{[](void* context, double position) {
                                           auto& self = *static_cast<report_log*>(context);
                                           self.positions.push_back(position);
-                                          return self.positions.size() != self.refused + 1;
+                                          return self.positions.size() - 1 != self.refused;
                                       },
                                       this};
 };
