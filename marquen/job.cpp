@@ -9,6 +9,7 @@
 #include "gabarit/draw_gabarit.h"
 #include "gabarit/form.h"
 #include "gabarit/form_files.h"
+#include "gabarit/page/listening_page.h"
 #include "marquen/analysis.h"
 #include "marquen/digest.h"
 #include "marquen/failure.h"
@@ -44,6 +45,20 @@ void check_memory(const plan::job_plan& planned, const options& chosen)
                                       " may be used: take a longer --step or a shorter sound, or raise --max_memory");
 }
 
+// A sound of several files is heard by its first.
+void write_page(const job& one, picture::existing treatment, progress& shown)
+{
+    gabarit::page_options page;
+    page.sound = one.input.front();
+    page.treatment = treatment;
+    try {
+        gabarit::write_listening_page(one.similarity, one.page, page,
+                                      [&](double position) { shown.show("encoding", position); });
+    } catch (const std::exception& error) {
+        throw failure(cause::output, name_file(error.what(), one.page));
+    }
+}
+
 summary::outcome analyse_and_draw(const job& one, const options& chosen, progress& shown)
 {
     const picture::existing treatment = chosen.force ? picture::existing::replace : picture::existing::refuse;
@@ -67,6 +82,8 @@ summary::outcome analyse_and_draw(const job& one, const options& chosen, progres
             throw failure(cause::output, name_file(error.what(), one.sections));
         }
     }
+    if (!one.page.empty())
+        write_page(one, treatment, shown);
     if (interrupt_watch::signal() != 0)
         return summary::canceled;
     gabarit.keep();
@@ -100,7 +117,7 @@ void run_stages(const job& one, const options& chosen, progress& shown, summary&
 {
     check_outputs(one, chosen.force || chosen.plan); // a plan replaces nothing
     const spooled_input files(one.input, shown);
-    const job readable{files.paths(), one.similarity, one.picture, one.sections};
+    const job readable{files.paths(), one.similarity, one.picture, one.sections, one.page};
     const plan::sound_shape sound = look_at(readable);
     check_length(readable, sound, done);
     done.plan = plan::plan_job(sound, chosen.features, chosen.modeling, chosen.modeling_step);

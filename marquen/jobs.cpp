@@ -54,6 +54,8 @@ std::vector<std::string> command_of(const job& one, const options& chosen, std::
         words.push_back("--picture=" + one.picture);
     if (!one.sections.empty())
         words.push_back("--sections");
+    if (!one.page.empty())
+        words.emplace_back("--page");
     if (chosen.force)
         words.emplace_back("--force");
     if (chosen.plan)

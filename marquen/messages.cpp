@@ -81,7 +81,8 @@ std::string name_file(const std::string& text, const std::string& path)
 std::string error_line(const std::string& text, const job& one)
 {
     std::vector<std::string> files = one.input;
-    files.insert(files.end(), {one.similarity, one.picture, one.sections});
+    for (const std::string& output : one.outputs())
+        files.push_back(output);
     const bool named = std::ranges::any_of(files, [&](const std::string& path) {
         return names(text, path) || (!path.empty() && text.starts_with(path + ": "));
     });

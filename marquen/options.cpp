@@ -80,6 +80,7 @@ struct words {
     std::string progress = "bar";
     bool no_picture = false;
     bool sections = false;
+    bool page = false;
     bool formats = false;
 };
 
@@ -100,6 +101,7 @@ void add_files(CLI::App& app, words& given)
         ->check(CLI::Validator(check_picture_path, ""));
     app.add_flag("--sections", given.sections,
                  "Write the sections too, as labels beside the gabarit: song.txt to song.sdif");
+    app.add_flag("--page", given.page, "Write a page to listen to beside each gabarit, as gabarit page does");
 }
 
 void add_settings(CLI::App& app, options& chosen, words& given)
@@ -154,7 +156,7 @@ job job_of(const std::string& sound, const words& given)
 {
     const fs::path name = sound == "-" ? "stdin" : fs::path(sound).stem();
     const std::string results = fs::path(given.folder) / name;
-    return {{sound}, results + ".sdif", given.no_picture ? "" : results + ".png", ""};
+    return {{sound}, results + ".sdif", given.no_picture ? "" : results + ".png", "", ""};
 }
 
 std::vector<job> jobs_of(const words& given)
@@ -178,11 +180,16 @@ std::vector<job> jobs_of(const words& given)
     return jobs;
 }
 
-void add_sections(std::vector<job>& jobs)
+// Beside the gabarits.
+void add_sections_and_pages(std::vector<job>& jobs, const words& given)
 {
-    for (job& one : jobs)
-        if (!one.similarity.empty())
-            one.sections = fs::path(one.similarity).replace_extension(".txt");
+    for (job& one : jobs) {
+        const fs::path gabarit = one.similarity;
+        if (given.sections && !gabarit.empty())
+            one.sections = fs::path(gabarit).replace_extension(".txt");
+        if (given.page && !gabarit.empty())
+            one.page = fs::path(gabarit).replace_extension(".html");
+    }
 }
 
 // The file behind a path; the path itself where that can't be known: the job will say why.
@@ -204,7 +211,7 @@ void check_names(const std::vector<job>& jobs)
         for (const std::string& path : one.input)
             sounds.insert(file_of(path));
     for (const job& one : jobs)
-        for (const std::string& output : {one.similarity, one.picture, one.sections}) {
+        for (const std::string& output : one.outputs()) {
             if (output.empty())
                 continue;
             const std::string reached = file_of(output);
@@ -224,8 +231,7 @@ void complete(options& chosen, const words& given)
     chosen.jobs = jobs_of(given);
     if (chosen.jobs[0].similarity.empty() && !chosen.plan)
         throw CLI::RequiredError("--similarity");
-    if (given.sections)
-        add_sections(chosen.jobs);
+    add_sections_and_pages(chosen.jobs, given);
     check_names(chosen.jobs);
     chosen.max_memory_given = !given.max_memory.empty();
     chosen.max_memory = chosen.max_memory_given ? size_of(given.max_memory) : plan::free_memory();

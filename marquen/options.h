@@ -20,6 +20,9 @@ struct job {
     std::string similarity;         ///< the SDIF file to write; empty only for a plan
     std::string picture;            ///< empty for none
     std::string sections;           ///< labels of its sections; empty for none
+    std::string page;               ///< to listen to; empty for none
+
+    std::vector<std::string> outputs() const { return {similarity, picture, sections, page}; }
 };
 
 /// What the user asked for.

@@ -22,7 +22,7 @@ bool is_pipe_or_device(const std::string& path)
 
 void check_outputs(const job& one, bool force)
 {
-    for (const std::string& path : {one.similarity, one.picture, one.sections}) {
+    for (const std::string& path : one.outputs()) {
         if (path.empty() || (path == one.similarity && is_pipe_or_device(path)))
             continue;
         try {

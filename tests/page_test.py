@@ -418,6 +418,18 @@ class PageTest(unittest.TestCase):
         finally:
             self.browser.set_window_size(1200, 1000)
 
+    def test_comes_from_marquen_too(self):
+        out = self.folder / "from marquen"
+        out.mkdir()
+        command = ["marquen", "--quiet", "--no-picture", "--out", out, self.folder / "song.wav", "--page"]
+        must(*command)
+        self.assertEqual({path.name for path in out.iterdir()}, {"song.sdif", "song.html"})
+        (out / "song.sdif").unlink()
+        self.assertIn("song.html", run(*command).stderr) # exists
+        self.open(out / "song.html")
+        self.point(0.5, 0.5, click=True)
+        self.wait(lambda: self.sounding("left"))
+
     def test_refuses_what_it_cannot_write(self):
         lost = self.folder / "lost.sdif"
         lost.write_bytes(self.song.read_bytes().replace(b"song.wav", b"gone.wav"))
