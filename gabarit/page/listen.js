@@ -18,8 +18,9 @@ function openRecording(base64) {
     const {beside} = facts.sound;
     const carried = () => URL.createObjectURL(new Blob([bytesOf(base64)], {type: "audio/ogg"}));
     const source = beside ? besidePage("sound.opus") : carried();
-    for (const element of [left, right, sound])
-        Object.assign(element, {preload: beside ? "metadata" : "auto", src: source});
+    // Of a long file each element reads some megabytes in advance.
+    for (const element of [left, right]) Object.assign(element, {preload: beside ? "none" : "auto", src: source});
+    Object.assign(sound, {preload: beside ? "metadata" : "auto", src: source});
 }
 
 /** One moment to the left ear, one to the right. Browsers let it sound after a gesture of the user. */
@@ -39,10 +40,15 @@ function panEars() {
 /** Resolves once the element stands there, or can't. */
 function seek(element, seconds) {
     return new Promise((resolve) => {
+        const set = () => (element.currentTime = seconds);
         element.addEventListener("seeked", resolve, {once: true});
         element.addEventListener("error", resolve, {once: true});
-        element.currentTime = seconds;
         if (element.error) resolve();
+        else if (element.readyState > 0) set();
+        else {
+            element.addEventListener("loadedmetadata", set, {once: true});
+            element.preload = "auto";
+        }
     });
 }
 

@@ -81,7 +81,8 @@ nlohmann::ordered_json color_maps()
     using picture::color_map;
     nlohmann::ordered_json maps;
     for (const auto& [name, map] : {std::pair{"gray", color_map::gray}, std::pair{"inverted", color_map::inverted},
-                                    std::pair{"cubehelix", color_map::cubehelix}}) {
+                                    std::pair{"cubehelix", color_map::cubehelix}, std::pair{"magma", color_map::magma},
+                                    std::pair{"viridis", color_map::viridis}}) {
         std::string rgb;
         for (const std::uint32_t color : picture::color_table(map))
             for (const int shift : {16, 8, 0})

@@ -9,15 +9,14 @@
 #include <stdexcept>
 #include <utility>
 
-#include <samplerate.h>
 #include <sndfile.h>
+#include <soxr.h>
 
 namespace gabarit {
 
 namespace {
 
 using sound_ptr = std::unique_ptr<SNDFILE, decltype(&sf_close)>;
-using converter_ptr = std::unique_ptr<SRC_STATE, decltype(&src_delete)>;
 
 sound_ptr open_sound(const std::string& path, SF_INFO& info)
 {
@@ -130,44 +129,40 @@ void mix_to_mono(std::vector<float>& samples, std::int64_t frames, int channels)
 // Samples at another rate, block by block.
 class rate_converter {
 public:
-    rate_converter(int from_hz, int to_hz, int channels)
-        : ratio_(static_cast<double>(to_hz) / from_hz), channels_(channels),
-          state_(src_new(SRC_SINC_MEDIUM_QUALITY, channels, &error_), src_delete)
+    rate_converter(int from_hz, int to_hz, int channel_count) : channels(channel_count)
     {
-        check();
+        const soxr_io_spec_t floats = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
+        const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
+        const soxr_runtime_spec_t one_thread = soxr_runtime_spec(1);
+        soxr_error_t error = nullptr;
+        state.reset(
+            soxr_create(from_hz, to_hz, static_cast<unsigned>(channels), &error, &floats, &quality, &one_thread));
+        check(error);
     }
 
-    // Hands each converted block to `write`. `last` ends the sound.
-    void convert(std::vector<float>& samples, std::int64_t frames, bool last, const auto& write)
+    // Hands each converted block to `write`. No frames end the sound.
+    void convert(const std::vector<float>& samples, std::int64_t frames, const auto& write)
     {
-        converted_.resize(samples.size());
-        SRC_DATA data{};
-        data.data_in = samples.data();
-        data.input_frames = static_cast<long>(frames);
-        data.data_out = converted_.data();
-        data.output_frames = static_cast<long>(converted_.size()) / channels_;
-        data.end_of_input = last ? 1 : 0;
-        data.src_ratio = ratio_;
-        do {
-            error_ = src_process(state_.get(), &data);
-            check();
-            write(converted_, data.output_frames_gen);
-            data.data_in += data.input_frames_used * channels_;
-            data.input_frames -= data.input_frames_used;
-        } while (data.input_frames > 0 || data.output_frames_gen > 0);
+        const auto count = static_cast<std::size_t>(frames), width = static_cast<std::size_t>(channels);
+        const std::size_t room = samples.size() / width;
+        converted.resize(samples.size());
+        for (std::size_t used = 0, taken = 0, made = room; used < count || made == room; used += taken) {
+            check(soxr_process(state.get(), count == 0 ? nullptr : samples.data() + used * width, count - used, &taken,
+                               converted.data(), room, &made));
+            write(converted, static_cast<std::int64_t>(made));
+        }
     }
 
 private:
-    void check() const
+    static void check(soxr_error_t error)
     {
-        if (error_ != 0 || !state_)
-            throw std::runtime_error(std::string("the sound can't be resampled: ") + src_strerror(error_));
+        if (error != nullptr)
+            throw std::runtime_error(std::string("the sound can't be resampled: ") + soxr_strerror(error));
     }
 
-    double ratio_;
-    int channels_, error_ = 0;
-    converter_ptr state_;
-    std::vector<float> converted_;
+    int channels;
+    std::unique_ptr<soxr, decltype(&soxr_delete)> state{nullptr, soxr_delete};
+    std::vector<float> converted;
 };
 
 } // namespace
@@ -202,7 +197,7 @@ recording encode_recording(const std::string& path, int kilobits_per_second,
         if (same_rate)
             write(samples, frames);
         else
-            converter.convert(samples, frames, frames == 0, write);
+            converter.convert(samples, frames, write);
         progress(static_cast<double>(done + frames) / static_cast<double>(std::max<std::int64_t>(info.frames, 1)));
     }
     return {static_cast<double>(done) / info.samplerate, encoder.finish(), peaks.bytes()};
