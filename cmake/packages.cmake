@@ -1,5 +1,5 @@
 # Debian packages, made by `cpack` in a release build whose prefix is /usr: libveloria1, libveloria-c1,
-# libveloria-dev, veloria-tools, python3-veloria.
+# libveloria-dev, veloria-tools, python3-veloria, veloria-doc.
 if(NOT PROJECT_IS_TOP_LEVEL OR NOT BUILD_SHARED_LIBS OR NOT TARGET veloria_manual OR NOT SCDOC OR NOT GZIP
         OR NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
     return()
@@ -10,6 +10,7 @@ set(package_c libveloria-c${soversion})
 set(package_development libveloria-dev)
 set(package_tools veloria-tools)
 set(package_python python3-veloria)
+set(package_documentation veloria-doc)
 set(package_maintainer "veloria developers <developers@veloria.example>")
 set(package_version ${PROJECT_VERSION}-1)
 
@@ -24,7 +25,7 @@ foreach(log changelog changelog.Debian)
         VERBATIM)
 endforeach()
 add_custom_target(package_documents ALL DEPENDS debian/changelog.gz debian/changelog.Debian.gz)
-foreach(part runtime c development tools python)
+foreach(part runtime c development tools python documentation)
     set(package ${package_${part}})
     configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/lintian-overrides.in debian/${package} @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/debian/${package}
@@ -48,6 +49,24 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/veloria
     DESTINATION lib/python3/dist-packages COMPONENT python EXCLUDE_FROM_ALL
     FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
 
+# What a composer or an archive reads and runs without the repository.
+set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/${package_documentation})
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CITATION.cff
+    DESTINATION ${doc_dir} COMPONENT documentation EXCLUDE_FROM_ALL)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples
+    DESTINATION ${doc_dir} COMPONENT documentation EXCLUDE_FROM_ALL
+    PATTERN "CMakeLists.txt" EXCLUDE
+    PATTERN "docs/api" EXCLUDE
+    PATTERN "docs/make_pictures" EXCLUDE
+    PATTERN "__pycache__" EXCLUDE)
+if(TARGET documentation)
+    add_dependencies(package_documents documentation)
+    install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/api/
+        DESTINATION ${doc_dir}/api COMPONENT documentation EXCLUDE_FROM_ALL)
+    install(FILES ${PROJECT_SOURCE_DIR}/cmake/debian/veloria-doc.doc-base
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc-base RENAME veloria-api COMPONENT documentation EXCLUDE_FROM_ALL)
+endif()
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package tells its own in its first line
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -56,7 +75,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime c development tools python)
+set(CPACK_COMPONENTS_ALL runtime c development tools python documentation)
 set(CPACK_DEBIAN_PACKAGE_SOURCE veloria)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${package_maintainer}")
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
@@ -122,6 +141,18 @@ set(CPACK_DEBIAN_PYTHON_DESCRIPTION "shows the musical structure of a sound - Py
 It measures how alike every moment of a sound, in a file or an array, is to
 every other moment, and gives the result as a NumPy array. It reads, writes and
 plots gabarits, the SDIF files of such results, and lists a sound's sections.")
+
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${package_documentation})
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SUGGESTS ${package_tools})
+set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "shows the musical structure of a sound - documentation
+The guide to gabarits, with pictures: how to read one, which settings to
+choose, what sizes and times to expect.
+
+This package also holds a workflow for archives of sounds, example programs
+that use the library, and the documentation of its interface.")
 
 set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/finish.cmake)
 set(CPACK_VERBATIM_VARIABLES ON)

@@ -127,6 +127,20 @@ class Files(unittest.TestCase):
             self.assertEqual(completions(["gabarit", "info", "a.sdif", ""], folder), set())
 
 
+class Release(unittest.TestCase):
+    def test_version_and_date_are_the_same_everywhere(self):
+        version = re.search(r"^marquen (\S+)\n", run(["marquen", "--version"]).stdout)[1]
+        citation = (ROOT / "CITATION.cff").read_text()
+        date = re.search(r"^date-released: (\S+)$", citation, re.MULTILINE)[1]
+        self.assertIn(f"\nversion: {version}\n", citation)
+        self.assertIn(f"\n## [{version}] - {date}\n", (ROOT / "CHANGELOG.md").read_text())
+
+    def test_every_change_names_its_kind(self):
+        changes = re.findall(r"^- (.*)", (ROOT / "CHANGELOG.md").read_text(), re.MULTILINE)
+        kinds = "Interface Binary.interface File.layout Command.line Results Speed Packages Examples Docs Tests".split()
+        self.assertEqual([line for line in changes if not re.match("|".join(kinds), line)], [])
+
+
 class Dump(unittest.TestCase):
     def test_is_what_the_commands_make(self):
         page = (ROOT / "man/gabarit.5.scd").read_text()
