@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "marquen/decoder_silence.h"
 #include "marquen/failure.h"
 #include "marquen/interrupts.h"
 
@@ -22,6 +23,7 @@ job_handle start(const job& one, const options& chosen)
     std::vector<const char*> paths;
     for (const std::string& path : one.input)
         paths.push_back(path.c_str());
+    const decoder_silence quiet; // the files are opened here
     try {
         return {veloria::process(static_cast<int>(paths.size()), paths.data(), one.similarity.c_str(), chosen.features,
                                  chosen.modeling, chosen.modeling_window, chosen.modeling_step),

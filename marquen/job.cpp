@@ -3,6 +3,7 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <new>
 #include <stdexcept>
 
@@ -11,6 +12,7 @@
 #include "gabarit/form_files.h"
 #include "gabarit/page/listening_page.h"
 #include "marquen/analysis.h"
+#include "marquen/decoder_silence.h"
 #include "marquen/digest.h"
 #include "marquen/failure.h"
 #include "marquen/interrupts.h"
@@ -45,49 +47,70 @@ void check_memory(const plan::job_plan& planned, const options& chosen)
                                       " may be used: take a longer --step or a shorter sound, or raise --max_memory");
 }
 
-// A sound of several files is heard by its first.
-void write_page(const job& one, picture::existing treatment, progress& shown)
+picture::existing treatment_of(const options& chosen)
 {
-    gabarit::page_options page;
-    page.sound = one.input.front();
-    page.treatment = treatment;
+    return chosen.force ? picture::existing::replace : picture::existing::refuse;
+}
+
+// The first file, and how many there are besides.
+std::string title_of(const job& one)
+{
+    const std::string first = fs::path(one.input.front()).filename();
+    return one.input.size() < 2 ? "" : first + " + " + std::to_string(one.input.size() - 1) + " more";
+}
+
+// Makes one more output of a whole gabarit, for which nothing is asked where it has no path.
+template <class MAKE>
+void make_output(const std::string& path, const MAKE& make)
+{
+    if (path.empty())
+        return;
     try {
-        gabarit::write_listening_page(one.similarity, one.page, page,
-                                      [&](double position) { shown.show("encoding", position); });
+        make();
     } catch (const std::exception& error) {
-        throw failure(cause::output, name_file(error.what(), one.page));
+        throw failure(cause::output, name_file(error.what(), path));
     }
 }
 
-summary::outcome analyse_and_draw(const job& one, const options& chosen, progress& shown)
+void draw(const job& one, const options& chosen, const std::function<void(double)>& report, summary& done)
 {
-    const picture::existing treatment = chosen.force ? picture::existing::replace : picture::existing::refuse;
+    const std::string remark = gabarit::draw(
+        one.similarity, one.picture, {.treatment = treatment_of(chosen), .title = title_of(one), .report = report});
+    if (!remark.empty())
+        done.warnings.push_back(error_line("'" + one.picture + "': " + remark, one));
+}
+
+// A sound of several files is heard by its first.
+void write_page(const job& one, const options& chosen, const std::function<void(double)>& report)
+{
+    gabarit::page_options page;
+    page.sound = one.input.front();
+    page.treatment = treatment_of(chosen);
+    gabarit::write_listening_page(one.similarity, one.page, page, report);
+}
+
+// A whole gabarit stays, whatever becomes of what is made of it.
+summary::outcome analyse_and_draw(const job& one, const options& chosen, progress& shown, summary& done)
+{
     new_output gabarit(one.similarity);
     const analysis_end end = analyse(one, chosen, shown);
     if (end.state == veloria::process_canceled)
         return summary::canceled;
     if (end.state != veloria::process_finished)
         throw failure(cause_of(end.message), end.message);
-    if (!one.picture.empty()) {
-        try {
-            gabarit::draw(one.similarity, one.picture, {.treatment = treatment});
-        } catch (const std::exception& error) {
-            throw failure(cause::output, name_file(error.what(), one.picture));
-        }
-    }
-    if (!one.sections.empty()) {
-        try {
-            gabarit::write_form(gabarit::read_form(one.similarity), one.sections, treatment);
-        } catch (const std::exception& error) {
-            throw failure(cause::output, name_file(error.what(), one.sections));
-        }
-    }
-    if (!one.page.empty())
-        write_page(one, treatment, shown);
-    if (interrupt_watch::signal() != 0)
-        return summary::canceled;
     gabarit.keep();
-    return summary::finished;
+    const auto reports_on = [&shown](const char* stage) {
+        return [&shown, stage](double position) {
+            if (interrupt_watch::signal() != 0)
+                throw interrupted();
+            shown.show(stage, position);
+        };
+    };
+    make_output(one.picture, [&] { draw(one, chosen, reports_on("drawing"), done); });
+    make_output(one.sections,
+                [&] { gabarit::write_form(gabarit::read_form(one.similarity), one.sections, treatment_of(chosen)); });
+    make_output(one.page, [&] { write_page(one, chosen, reports_on("encoding")); });
+    return interrupt_watch::signal() == 0 ? summary::finished : summary::canceled;
 }
 
 // A sound that is shorter than it says is analysed as far as it goes.
@@ -118,15 +141,19 @@ void run_stages(const job& one, const options& chosen, progress& shown, summary&
     check_outputs(one, chosen.force || chosen.plan); // a plan replaces nothing
     const spooled_input files(one.input, shown);
     const job readable{files.paths(), one.similarity, one.picture, one.sections, one.page};
-    const plan::sound_shape sound = look_at(readable);
-    check_length(readable, sound, done);
+    const plan::sound_shape sound = [&] {
+        const decoder_silence quiet;
+        const plan::sound_shape found = look_at(readable);
+        check_length(readable, found, done);
+        return found;
+    }();
     done.plan = plan::plan_job(sound, chosen.features, chosen.modeling, chosen.modeling_step);
     if (chosen.plan) {
         done.state = summary::planned;
         return;
     }
     check_memory(*done.plan, chosen);
-    done.state = analyse_and_draw(readable, chosen, shown);
+    done.state = analyse_and_draw(readable, chosen, shown, done);
     describe_files(readable, chosen, done);
 }
 

@@ -1,6 +1,7 @@
 #include "marquen/messages.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -75,7 +76,9 @@ cause cause_of(const std::string& text)
 
 std::string name_file(const std::string& text, const std::string& path)
 {
-    return names(text, path) ? text : path + ": " + text;
+    // Some texts have the path with its folders.
+    return text.find(std::filesystem::path(path).filename().string() + "'") != std::string::npos ? text
+                                                                                                 : path + ": " + text;
 }
 
 std::string error_line(const std::string& text, const job& one)
@@ -84,7 +87,7 @@ std::string error_line(const std::string& text, const job& one)
     for (const std::string& output : one.outputs())
         files.push_back(output);
     const bool named = std::ranges::any_of(files, [&](const std::string& path) {
-        return names(text, path) || (!path.empty() && text.starts_with(path + ": "));
+        return names(text, path) || (!path.empty() && (name_file(text, path) == text || text.starts_with(path + ": ")));
     });
     std::string line = named ? on_one_line(text) : one.input.front() + ": " + on_one_line(text);
     if (const advice* const known = find_advice(text); known != nullptr && *known->to_do != '\0')

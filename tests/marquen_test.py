@@ -116,6 +116,31 @@ class Lengths(Shell):
                 self.assertIn(expected, done["error"] if status else [done["warnings"]])
 
 
+class Pictures(Shell):
+    def test_a_whole_gabarit_stays_without_its_picture(self):
+        self.write("a.wav", wav(4))
+        limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (9000, 9000))
+        done = self.run_marquen("a.wav", "--json", preexec_fn=limit)
+        self.assertEqual(done.returncode, 4)
+        self.assertRegex(json.loads(done.stdout)["error"], "^'[^']*a.png' can't be written: File too large")
+        self.assertEqual(self.left(), {"a.wav", "a.sdif"})
+
+    def test_several_files_are_named_by_the_first(self):
+        for name in ("left.wav", "right.wav"):
+            self.write(name, wav(2))
+        self.summary("--input", "left.wav", "right.wav", "--similarity", "a.sdif", "--picture", "a.png")
+        self.assertIn(b"left.wav + 1 more", (self.folder / "a.png").read_bytes())
+
+    def test_progress_as_json(self):
+        self.write("a.wav", wav(60))
+        done = self.run_marquen("a.wav", "--progress", "json")
+        reports = [json.loads(line) for line in done.stderr.splitlines()]
+        for stage in ("analysing", "drawing"):
+            positions = [report["position"] for report in reports if report["stage"] == stage]
+            self.assertEqual(positions, sorted(positions))
+            self.assertTrue(positions)
+
+
 class Nothing_is_lost(Shell):
     """Whatever ends the job, what stood there before stands there after."""
 
