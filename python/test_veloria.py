@@ -3,6 +3,7 @@
 where VELORIA_LIBRARY says."""
 
 import doctest
+import hashlib
 import io
 import os
 import pathlib
@@ -17,6 +18,7 @@ import tempfile
 import threading
 import time
 import unittest
+import unittest.mock
 import zlib
 
 import numpy as np
@@ -131,6 +133,8 @@ class Files(unittest.TestCase):
                 veloria.read(self.write(data))
         with self.assertRaises(FileNotFoundError):
             veloria.read(os.path.join(self.folder, "nowhere.sdif"))
+        with self.assertRaises(TypeError), open(self.small) as file:
+            veloria.read(file.fileno())
 
     def test_takes_no_memory_for_what_is_not_there(self):
         head = b"SDIF" + struct.pack(">III", 8, 3, 1)
@@ -255,6 +259,7 @@ class Jobs(unittest.TestCase):
             (veloria.Error, "error opening file '.*text.wav'", text, {}),
             (FileNotFoundError, "No such file.*none.wav", self.path("none.wav"), {}),
             (FileNotFoundError, "No such file.*none.wav", [sound, self.path("none.wav")], {}),
+            (veloria.Error, "error opening file 'n*'", "n" * 300, {}),
             (ValueError, "null byte", "a\0b", {}),
             (TypeError, "rate goes with an array", sound, {"rate": 44100}),
             (TypeError, "samples want a rate", ones, {}),
@@ -321,6 +326,25 @@ class Jobs(unittest.TestCase):
             with self.assertRaises(KeyboardInterrupt):
                 veloria.analyse(sound)
             self.assertLess(time.monotonic() - begin - delay, 1.0)
+
+    def test_stops_at_once_while_samples_are_copied(self):
+        copied = []
+
+        def copy(*_):  # code that no signal stops
+            try:
+                hashlib.pbkdf2_hmac("sha1", b"", b"", 8_000_000)
+            finally:
+                copied.append(True)
+
+        before = threading.active_count(), os.listdir("/proc/self/fd")
+        with unittest.mock.patch.object(veloria._analyse._Source, "start", copy):
+            threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT)).start()
+            with self.assertRaises(KeyboardInterrupt):
+                veloria.analyse(np.zeros(10), rate=8000)
+        self.assertEqual(copied, [])
+        while threading.active_count() > before[0]:
+            time.sleep(0.01)
+        self.assertEqual(os.listdir("/proc/self/fd"), before[1])
 
     def test_leaves_nothing_and_lets_others_work(self):
         expected = veloria.analyse(tune(), rate=22050)

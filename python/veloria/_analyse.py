@@ -8,7 +8,7 @@ import errno
 import os
 import sys
 import threading
-from typing import IO, TYPE_CHECKING, Callable, Iterator, Sequence, Union
+from typing import TYPE_CHECKING, Callable, Iterator, Sequence, Union
 
 import numpy as np
 
@@ -97,17 +97,12 @@ def analyse(
     """
     settings = _settings(features, modeling, window, step, max_memory)
     source = _Source(sound, rate)
-    output = open(os.memfd_create("gabarit"), "rb")
-    path = f"/proc/self/fd/{output.fileno()}"
-    job = ctypes.c_void_p()
-    try:
+    with contextlib.closing(_Job()) as job:
         with _reporter(progress) as report:
-            source.start(path, settings, job)
-            _wait(job, report)
-        contents = _sdif.read(output)
-    finally:
-        _end(job, output)
-    _name(contents.table, path, source.is_array)
+            job.start(source, settings)
+            job.wait(report)
+        contents = _sdif.read(job.output)
+    _name(contents.table, job.path, source.is_array)
     return Gabarit(contents)
 
 
@@ -146,7 +141,7 @@ def _settings(features: str, modeling: str, window: float, step: float, max_memo
         1 + _library.MODELING.index(modeling),
         window,
         step,
-        max_memory or 0,
+        min(max_memory or 0, (1 << 64) - 1),
     )
 
 
@@ -159,7 +154,7 @@ class _Source:
         self._missing = None
         if paths is None:
             self._array = _checked_array(sound)
-            self._samples = _samples_of(self._array, _checked_rate(rate))
+            self._rate = _checked_rate(rate)
         else:
             if rate is not None:
                 raise TypeError("rate goes with an array; a file knows its own")
@@ -167,18 +162,19 @@ class _Source:
                 raise ValueError("embedded null byte in a path")
             self._count = len(paths)
             self._paths = (ctypes.c_char_p * len(paths))(*paths)
-            self._missing = next((path for path in paths if not os.path.exists(path)), None)
+            self._missing = next(filter(_is_missing, paths), None)
 
     def start(self, output: str, settings: _library.Settings, job: ctypes.c_void_p) -> None:
         more = output.encode(), settings, job
         if self.is_array:
-            self._call("veloria_start_samples", self._samples, *more)
+            array = np.ascontiguousarray(self._array, self._array.dtype.newbyteorder("="))
+            self._call("veloria_start_samples", _samples_of(array, self._rate), *more)
         else:
             self._call("veloria_start", self._paths, self._count, *more)
 
     def memory(self, settings: _library.Settings) -> int:
         figure = ctypes.c_uint64()
-        sound = (None, 0, self._samples) if self.is_array else (self._paths, self._count, None)
+        sound = (None, 0, _samples_of(self._array, self._rate)) if self.is_array else (self._paths, self._count, None)
         self._call("veloria_memory", *sound, settings, figure)
         return figure.value
 
@@ -199,13 +195,21 @@ def _paths_of(sound: Sound) -> list[bytes] | None:
     return None
 
 
+def _is_missing(path: bytes) -> bool:
+    try:
+        os.stat(path)
+    except OSError as error:
+        return error.errno == errno.ENOENT
+    return False
+
+
 def _checked_array(sound: ArrayLike) -> np.ndarray:
     array = np.asarray(sound)
     if array.dtype.name not in _library.SAMPLE_TYPES:
         raise TypeError(f"samples are {', '.join(_library.SAMPLE_TYPES)}, not {array.dtype.name}")
     if array.ndim not in (1, 2):
         raise ValueError(f"samples are frames, or frames x channels, not of {array.ndim} dimensions")
-    return np.ascontiguousarray(array, array.dtype.newbyteorder("="))
+    return array
 
 
 def _checked_rate(rate: int | None) -> int:
@@ -229,37 +233,65 @@ def _samples_of(array: np.ndarray, rate: int) -> _library.Samples:
     )
 
 
-def _wait(job: ctypes.c_void_p, report: Callable[[float], object] | None) -> None:
-    library = _library.load()
-    position = ctypes.c_double()
-    while (code := library.veloria_job_wait(job, _POLL_SECONDS)) == _library.RUNNING:
+class _Job:
+    """A job of the library, and the file in memory that it writes."""
+
+    def __init__(self) -> None:
+        self.output = open(os.memfd_create("gabarit"), "rb")
+        self.path = f"/proc/self/fd/{self.output.fileno()}"
+        self._handle = ctypes.c_void_p()
+        self._starter = threading.Thread(daemon=True)
+
+    def start(self, source: _Source, settings: _library.Settings) -> None:
+        """Has another thread copy the samples, so that this one sees an interrupt at once."""
+        failures: list[BaseException] = []
+
+        def work() -> None:
+            try:
+                source.start(self.path, settings, self._handle)
+            except BaseException as failure:
+                failures.append(failure)
+
+        self._starter = threading.Thread(target=work, daemon=True)
+        self._starter.start()
+        self._starter.join()
+        if failures:
+            raise failures[0]
+
+    def wait(self, report: Callable[[float], object] | None) -> None:
+        library = _library.load()
+        position = ctypes.c_double()
+        while (code := library.veloria_job_wait(self._handle, _POLL_SECONDS)) == _library.RUNNING:
+            if report is not None:
+                library.veloria_job_position(self._handle, position)
+                report(position.value)
+        if code != _library.OK:
+            text = ctypes.create_string_buffer(2048)
+            library.veloria_job_message(self._handle, text, len(text))
+            raise Error(_shown(text))
         if report is not None:
-            library.veloria_job_position(job, position)
-            report(position.value)
-    if code != _library.OK:
-        text = ctypes.create_string_buffer(2048)
-        library.veloria_job_message(job, text, len(text))
-        raise Error(_shown(text))
-    if report is not None:
-        report(1.0)
+            report(1.0)
 
+    def close(self) -> None:
+        """Ends it. One that takes long to start or to stop is not waited for."""
+        if self._starter.is_alive() or self._runs_on():
+            threading.Thread(target=self._finish, daemon=True).start()
+        else:
+            self._finish()
 
-def _end(job: ctypes.c_void_p, output: IO[bytes]) -> None:
-    """Ends a job and closes its output. One that takes long to stop is not waited for."""
-    if not job.value:
-        output.close()
-        return
-    library = _library.load()
+    def _runs_on(self) -> bool:
+        if not self._handle.value:
+            return False
+        library = _library.load()
+        library.veloria_job_cancel(self._handle)
+        return bool(library.veloria_job_wait(self._handle, _END_SECONDS) == _library.RUNNING)
 
-    def finish() -> None:
-        library.veloria_job_end(job)
-        output.close()
-
-    library.veloria_job_cancel(job)
-    if library.veloria_job_wait(job, _END_SECONDS) == _library.RUNNING:
-        threading.Thread(target=finish, daemon=True).start()
-    else:
-        finish()
+    def _finish(self) -> None:
+        if self._starter.is_alive():
+            self._starter.join()
+        if self._handle.value:
+            _library.load().veloria_job_end(self._handle)
+        self.output.close()
 
 
 def _shown(text: ctypes.Array[ctypes.c_char]) -> str:

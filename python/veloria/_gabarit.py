@@ -57,7 +57,7 @@ class Gabarit:
     def __repr__(self) -> str:
         return f"<veloria.Gabarit of {self.table.get('Soundfile', '?')}, n = {self.n}>"
 
-    def save(self, path: str | os.PathLike[str]) -> None:
+    def save(self, path: str | bytes | os.PathLike[str]) -> None:
         """Write it as an SDIF file, the one that `marquen` writes at that path.
 
         Parameters
@@ -65,8 +65,9 @@ class Gabarit:
         path : path
             What is there is overwritten.
         """
-        with open(path, "wb") as file:
-            self._write(file, os.fsencode(path).decode("utf-8", "veloria"))
+        name = os.fsencode(path)
+        with open(name, "wb") as file:
+            self._write(file, name.decode("utf-8", "veloria"))
 
     def plot(self, axes: Axes | None = None, **options: Any) -> Axes:
         """Draw the square, with both axes in m:ss. Wants matplotlib.
@@ -140,7 +141,7 @@ class Gabarit:
         return _png(pixels.astype(np.uint8))
 
 
-def read(path: str | os.PathLike[str]) -> Gabarit:
+def read(path: str | bytes | os.PathLike[str]) -> Gabarit:
     """Read a gabarit from its file. Wants no library of veloria.
 
     Parameters

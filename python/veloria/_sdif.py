@@ -39,16 +39,17 @@ class Contents(NamedTuple):
     info: tuple[float, float, float]  # mode; rate and channels of the sound
 
 
-def read_path(path: str | os.PathLike[str]) -> Contents:
+def read_path(path: str | bytes | os.PathLike[str]) -> Contents:
     """Raises ValueError, with the path, for what is no whole gabarit; OSError."""
-    mode = os.stat(path).st_mode
+    name = os.fsdecode(path)
+    mode = os.stat(name).st_mode
     if not stat.S_ISREG(mode) and not stat.S_ISDIR(mode):  # opening a pipe would wait for a writer
-        raise ValueError(f"{os.fspath(path)}: is no regular file")
-    with open(path, "rb") as file:
+        raise ValueError(f"{name}: is no regular file")
+    with open(name, "rb") as file:
         try:
             return read(file)
         except ValueError as damage:
-            raise ValueError(f"{os.fspath(path)}: {damage}") from None
+            raise ValueError(f"{name}: {damage}") from None
 
 
 def read(file: IO[bytes]) -> Contents:
