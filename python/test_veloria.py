@@ -301,9 +301,11 @@ class Jobs(unittest.TestCase):
 
     def test_says_where_it_looked(self):
         code = "import veloria; veloria.read; veloria.analyse([0.0], rate=8000)"
-        environment = dict(os.environ, PYTHONPATH=HERE, VELORIA_LIBRARY="/nowhere.so")
-        done = subprocess.run([sys.executable, "-c", code], env=environment, capture_output=True, text=True)
-        self.assertRegex(done.stderr, "OSError: no library of veloria; looked for /nowhere.so .*VELORIA_LIBRARY")
+        for path in ("/nowhere.so", "libc.so.6"):
+            environment = dict(os.environ, PYTHONPATH=HERE, VELORIA_LIBRARY=path)
+            done = subprocess.run([sys.executable, "-c", code], env=environment, capture_output=True, text=True)
+            message = f"OSError: no library of veloria; looked for {path} .*VELORIA_LIBRARY"
+            self.assertRegex(done.stderr, message)
 
     def test_reports_and_stops_when_the_report_fails(self):
         positions = []

@@ -5,10 +5,11 @@ from __future__ import annotations
 import contextlib
 import ctypes
 import errno
+import numbers
 import os
 import sys
 import threading
-from typing import TYPE_CHECKING, Callable, Iterator, Sequence, Union
+from typing import TYPE_CHECKING, Any, Callable, Iterator, Sequence, Union
 
 import numpy as np
 
@@ -16,7 +17,7 @@ from . import _library, _sdif
 from ._gabarit import MEMORY, Gabarit
 
 if TYPE_CHECKING:
-    from numpy.typing import ArrayLike
+    from numpy.typing import ArrayLike, NDArray
 
     Path = Union[str, bytes, "os.PathLike[str]"]
     Sound = Union[Path, Sequence[Path], ArrayLike]
@@ -34,7 +35,7 @@ class Error(ValueError):
 def analyse(
     sound: Sound,
     *,
-    rate: int | None = None,
+    rate: float | None = None,
     features: str = "mixed",
     modeling: str = "mean",
     window: float = 1.0,
@@ -109,7 +110,7 @@ def analyse(
 def memory(
     sound: Sound,
     *,
-    rate: int | None = None,
+    rate: float | None = None,
     features: str = "mixed",
     modeling: str = "mean",
     window: float = 1.0,
@@ -148,7 +149,7 @@ def _settings(features: str, modeling: str, window: float, step: float, max_memo
 class _Source:
     """A sound as the library takes it: paths or samples."""
 
-    def __init__(self, sound: Sound, rate: int | None):
+    def __init__(self, sound: Sound, rate: float | None):
         paths = _paths_of(sound)
         self.is_array = paths is None
         self._missing = None
@@ -203,7 +204,7 @@ def _is_missing(path: bytes) -> bool:
     return False
 
 
-def _checked_array(sound: ArrayLike) -> np.ndarray:
+def _checked_array(sound: Any) -> NDArray[Any]:
     array = np.asarray(sound)
     if array.dtype.name not in _library.SAMPLE_TYPES:
         raise TypeError(f"samples are {', '.join(_library.SAMPLE_TYPES)}, not {array.dtype.name}")
@@ -212,17 +213,17 @@ def _checked_array(sound: ArrayLike) -> np.ndarray:
     return array
 
 
-def _checked_rate(rate: int | None) -> int:
+def _checked_rate(rate: float | None) -> int:
     if rate is None:
         raise TypeError("samples want a rate")
-    if isinstance(rate, (str, bytes)) or not np.isscalar(rate):
+    if not isinstance(rate, numbers.Real):
         raise TypeError(f"the rate is a number, not {type(rate).__name__}")
-    if not (np.isreal(rate) and 1 <= rate < 1 << 31 and int(rate) == rate):
+    if not (1 <= rate < 1 << 31 and int(rate) == rate):
         raise ValueError(f"the rate is a whole number of frames a second, not {rate}")
     return int(rate)
 
 
-def _samples_of(array: np.ndarray, rate: int) -> _library.Samples:
+def _samples_of(array: NDArray[Any], rate: int) -> _library.Samples:
     return _library.Samples(
         ctypes.sizeof(_library.Samples),
         array.ctypes.data,

@@ -16,6 +16,7 @@ from . import _sdif
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
+    from numpy.typing import NDArray
 
 MEMORY = "<memory>"  # what stands in a command where the gabarit's own path belongs, until it is saved
 _PICTURE_PIXELS = 512
@@ -177,7 +178,7 @@ def _clock(seconds: float) -> str:
     return f"{minutes}:{rest:02}"
 
 
-def _png(pixels: np.ndarray) -> bytes:
+def _png(pixels: NDArray[np.uint8]) -> bytes:
     def chunk(kind: bytes, data: bytes) -> bytes:
         return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 

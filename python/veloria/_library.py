@@ -59,14 +59,13 @@ def load() -> ctypes.CDLL:
     for candidate in [chosen] if chosen else [beside, NAME]:
         try:
             library = ctypes.CDLL(candidate)
-        except OSError as error:
+            for name, arguments in _ARGUMENTS.items():
+                function = getattr(library, name)
+                function.argtypes = arguments
+                function.restype = c_int
+            return library
+        except (OSError, AttributeError) as error:  # none, or another library
             reasons.append(f"{candidate} ({error})")
-            continue
-        for name, arguments in _ARGUMENTS.items():
-            function = getattr(library, name)
-            function.argtypes = arguments
-            function.restype = c_int
-        return library
     raise OSError(
         f"no library of veloria; looked for {', then '.join(reasons)}. Install libveloria-c1, or let VELORIA_LIBRARY "
         f"be the path of {NAME}"

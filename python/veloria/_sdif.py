@@ -7,9 +7,12 @@ import math
 import os
 import stat
 import struct
-from typing import IO, Any, Iterator, NamedTuple
+from typing import IO, TYPE_CHECKING, Any, Iterator, NamedTuple
 
 import numpy as np
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 _LOWEST = -1.7976931348623157e308  # seconds; header frames stand there, ahead of all others
 _MOST_FRAMES = 1 << 24  # the number of frames is a float32, which counts no further
@@ -25,16 +28,21 @@ _NUMBERS = {
 }  # fmt: skip
 _OWN_MATRICES = (b"IGBG", b"XS2C", b"IGBF", b"1GB0")  # none of them twice in a frame
 
+
+def _underlined(error: Any) -> tuple[str, int]:
+    return "_" * (error.end - error.start), error.end
+
+
 # Controls, which could steer a terminal, and bytes that are no UTF-8 are shown as '_'.
-codecs.register_error("veloria", lambda error: ("_" * (error.end - error.start), error.end))
 _CONTROLS = dict.fromkeys([*range(0x20), 0x7F], "_")
+codecs.register_error("veloria", _underlined)
 
 
 class Contents(NamedTuple):
     """All that a gabarit holds."""
 
-    times: np.ndarray  # float64, n: seconds
-    similarity: np.ndarray  # uint8, n x n
+    times: NDArray[np.float64]  # n: seconds
+    similarity: NDArray[np.uint8]  # n x n
     table: dict[str, str]
     info: tuple[float, float, float]  # mode; rate and channels of the sound
 
@@ -58,7 +66,8 @@ def read(file: IO[bytes]) -> Contents:
     table: dict[str, str] = {}
     info = _read_until_info(sdif, table)
     n = _checked_size(sdif, info)
-    offsets, times = [], []
+    offsets: list[int] = []
+    times: list[float] = []
     while sdif.next_frame():
         if sdif.signature != b"1GB0" or sdif.stream != 0:
             sdif.skip_matrices()
@@ -113,12 +122,12 @@ class _Sdif:
 
     def read(self, offset: int, count: int) -> bytes:
         self._file.seek(offset)
-        data = self._file.read(count)
+        data: bytes = self._file.read(count)
         if len(data) != count:  # it was cut while it was read
             raise _Damage(offset, "reading failed")
         return data
 
-    def read_into(self, offset: int, row: np.ndarray) -> None:
+    def read_into(self, offset: int, row: NDArray[np.uint8]) -> None:
         self._file.seek(offset)
         if self._file.readinto(row) != len(row):
             raise _Damage(offset, "reading failed")
@@ -203,7 +212,8 @@ def _numbers(sdif: _Sdif, matrix: _Matrix) -> list[float]:
         raise _Damage(matrix.offset + 8, "the information is no row of 5 numbers")
     if matrix.kind not in _NUMBERS:
         raise _Damage(matrix.offset + 4, f"no numbers have the type {matrix.kind}")
-    return np.frombuffer(sdif.data(matrix), _NUMBERS[matrix.kind]).astype(float).tolist()
+    numbers: list[float] = np.frombuffer(sdif.data(matrix), _NUMBERS[matrix.kind]).astype(float).tolist()
+    return numbers
 
 
 def _checked_size(sdif: _Sdif, info: list[float]) -> int:
@@ -234,7 +244,7 @@ def _find_column(sdif: _Sdif, n: int) -> int:
     return matrix.offset + 16
 
 
-def _check_symmetry(similarity: np.ndarray, offset: int) -> None:
+def _check_symmetry(similarity: NDArray[np.uint8], offset: int) -> None:
     for i in range(0, len(similarity), _BLOCK):
         rows = similarity[i : i + _BLOCK]
         differs = (rows != similarity[:, i : i + _BLOCK].T).any(axis=1)
