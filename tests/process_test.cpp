@@ -7,12 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <functional>
 #include <limits>
-#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -22,33 +20,6 @@
 #include "tests/support/sound.h"
 #include "veloria/process_handle.h"
 #include "veloria/worker.h"
-
-namespace {
-
-// A block of memory, and what its first bytes are when it is freed.
-const void* watched_block = nullptr;
-const void* freed_mark[2];
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    if (void* block = std::malloc(size))
-        return block;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* block) noexcept
-{
-    if (block != nullptr && block == watched_block)
-        std::memcpy(freed_mark, block, sizeof freed_mark);
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept
-{
-    operator delete(block);
-}
 
 namespace {
 
@@ -124,18 +95,6 @@ TEST_F(Process, RefusesHandlesThatAreNone)
         for (const auto& call : calls)
             expect_throw<std::invalid_argument>(call, "internal error: invalid process handle");
     }
-}
-
-TEST_F(Process, UnmarksTheHandleBeforeItsMemoryGoes)
-{
-    process_handle* job = start_job(sound, output);
-    wait_for_end(job);
-    freed_mark[0] = freed_mark[1] = job;
-    watched_block = job;
-    shutdown(job);
-    watched_block = nullptr;
-    EXPECT_EQ(freed_mark[0], nullptr);
-    EXPECT_EQ(freed_mark[1], nullptr);
 }
 
 TEST(JobReport, LeavesThePositionOfACanceledJob)
