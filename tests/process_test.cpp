@@ -84,10 +84,12 @@ TEST_F(Process, RefusesArgumentsInTheirOrder)
 TEST_F(Process, RefusesHandlesThatAreNone)
 {
     alignas(16) char nothing[1024] = {};
-    process_handle not_started; // has half of the mark
-    not_started.self = &not_started;
+    process_handle* job = start_job(sound, output);
+    process_handle self_alone, tag_alone; // each has half of the mark
+    self_alone.self = &self_alone;
+    tag_alone.tag = job->tag;
     for (process_handle* handle :
-         {static_cast<process_handle*>(nullptr), reinterpret_cast<process_handle*>(nothing), &not_started}) {
+         {static_cast<process_handle*>(nullptr), reinterpret_cast<process_handle*>(nothing), &self_alone, &tag_alone}) {
         const std::function<void()> calls[] = {
             [=] { getMaxPosition(handle); },  [=] { getPosition(handle); },   [=] { getState(handle); },
             [=] { getErrorMessage(handle); }, [=] { cancel(handle, false); }, [=] { shutdown(handle); },
@@ -95,6 +97,8 @@ TEST_F(Process, RefusesHandlesThatAreNone)
         for (const auto& call : calls)
             expect_throw<std::invalid_argument>(call, "internal error: invalid process handle");
     }
+    wait_for_end(job);
+    shutdown(job);
 }
 
 TEST(JobReport, LeavesThePositionOfACanceledJob)
