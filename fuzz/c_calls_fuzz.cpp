@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "fuzz/input.h"
-#include "tests/support/au_header.h"
 #include "veloria/veloria_c.h"
 
 namespace {
@@ -137,22 +136,13 @@ void call(unsigned function, seat& at, fuzz_input& input)
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const memory_file sound;
-    static const bool filled = [] {
-        std::vector<std::uint8_t> samples(8000); // most of a second of 8 bits
-        for (std::size_t i = 0; i < samples.size(); ++i)
-            samples[i] = static_cast<std::uint8_t>(i * i / 100);
-        sound.fill(samples, au_header(8000, 2, 11025, 1));
-        return true;
-    }();
-    EXPECT_LAW(filled);
     fuzz_input input(data, std::min<std::size_t>(size, 120));
     seat seats[4];
     while (!input.rest().empty()) {
         const unsigned choice = input.take<std::uint8_t>();
         seat& at = seats[choice % 4];
         if (!at.alive && choice < 128)
-            start(at, input, sound.path().c_str());
+            start(at, input, brief_sound());
         else if (!at.alive && choice >= 224) { // a name that was never given out: those of jobs are odd and small
             at.job = reinterpret_cast<veloria_job*>(input.take<std::uintptr_t>() & ~std::uintptr_t{1});
             call(choice / 4 % 8, at, input);

@@ -12,6 +12,8 @@
 #include <span>
 #include <string>
 
+#include "tests/support/au_header.h"
+
 /// Ends the process, for the fuzzer to see, where a law doesn't hold.
 #define EXPECT_LAW(condition)           \
     ((condition) ? static_cast<void>(0) \
@@ -58,6 +60,20 @@ private:
     int descriptor;
     std::string name;
 };
+
+/// The path of most of a second of sound.
+inline const char* brief_sound()
+{
+    static const memory_file sound;
+    static const bool filled = [] {
+        std::uint8_t samples[8000];
+        for (std::size_t i = 0; i < sizeof samples; ++i)
+            samples[i] = static_cast<std::uint8_t>(i * i / 100);
+        sound.fill(samples, au_header(sizeof samples, 2, 11025, 1));
+        return true;
+    }();
+    return filled ? sound.path().c_str() : nullptr;
+}
 
 /// What libFuzzer calls, or the replay of kept inputs.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

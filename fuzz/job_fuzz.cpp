@@ -5,7 +5,6 @@
 
 #include "fuzz/input.h"
 #include "gabarit/verify.h"
-#include "tests/support/au_header.h"
 #include "tests/support/job.h"
 
 namespace {

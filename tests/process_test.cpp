@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -256,6 +257,30 @@ TEST_F(Process, StoresWhatGoesWrongInTheAnalysis)
     EXPECT_EQ(getErrorMessage(job), "Error opening file '" + nowhere + "' for writing");
     EXPECT_EQ(getState(job), process_failed);
     shutdown(job);
+}
+
+// The system's own short counts. It would end the host by a signal that the worker doesn't let through.
+TEST_F(Process, ReportsAFileCutByALimit)
+{
+    process_handle* first = start_job(sound, output);
+    wait_for_end(first);
+    shutdown(first);
+    const std::string whole = contents(output);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    for (const std::size_t limit : {std::size_t{0}, std::size_t{1000}, whole.size() - 1, whole.size()}) {
+        SCOPED_TRACE(limit);
+        const rlimit few{limit, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &few);
+        process_handle* job = start_job(sound, output);
+        const process_state state = wait_for_end(job);
+        setrlimit(RLIMIT_FSIZE, &before);
+        EXPECT_EQ(state, limit < whole.size() ? process_failed : process_finished);
+        EXPECT_EQ(getErrorMessage(job),
+                  limit < whole.size() ? "error writing file '" + output + "': File too large" : "");
+        EXPECT_EQ(contents(output), whole.substr(0, limit));
+        shutdown(job);
+    }
 }
 
 } // namespace

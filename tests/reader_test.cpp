@@ -14,11 +14,17 @@
 #include "tests/support/sound.h"
 
 // As libsndfile's, but for errors that no file can be made to have.
-static bool errors_reported = false;
+static bool errors_reported = false, seeks_fail = false;
 extern "C" int __real_sf_error(SNDFILE* file);
 extern "C" int __wrap_sf_error(SNDFILE* file)
 {
     return errors_reported ? SF_ERR_SYSTEM : __real_sf_error(file);
+}
+
+extern "C" sf_count_t __real_sf_seek(SNDFILE* file, sf_count_t frames, int whence);
+extern "C" sf_count_t __wrap_sf_seek(SNDFILE* file, sf_count_t frames, int whence)
+{
+    return seeks_fail ? -1 : __real_sf_seek(file, frames, whence);
 }
 
 namespace {
@@ -132,6 +138,16 @@ TEST_F(Reader, CountsTheFramesUpToTheEndAsFarAsItIsKnown)
     errors_reported = true;
     expect_failure<std::runtime_error>([&] { reader.read(room.data(), 20000, 1); }, "readsnd::FileObj::seek error \n");
     errors_reported = false;
+}
+
+TEST_F(Reader, TakesAFailedSeekForTheEndOfTheSound)
+{
+    write_sound(path("a"), 8000, 1, 3000);
+    ASSERT_TRUE(open("a"));
+    EXPECT_EQ(read_and_compare(reader, decode("a"), 2000, 5), 5);
+    seeks_fail = true;
+    EXPECT_EQ(read_and_compare(reader, {}, 100, 5), 0);
+    seeks_fail = false;
 }
 
 TEST_F(Reader, OpensNothingButSounds)

@@ -2,9 +2,6 @@
 // point is a child process; two jobs without faults follow the one with. FAULT_STRIDE as in faults_test.cpp.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,11 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <string>
 #include <vector>
 
-#include "fuzz/faults/fault_plan.h"
+#include "fuzz/faults/child.h"
 #include "tests/support/files.h"
 #include "tests/support/sound.h"
 #include "veloria/veloria_c.h"
@@ -30,22 +26,14 @@ struct result {
     std::size_t n = 0;
     double times[most_moments] = {};
     std::uint8_t similarity[most_moments * most_moments] = {};
+
+    bool operator==(const result&) const = default;
 };
 
-bool operator==(const result& a, const result& b)
-{
-    return a.n == b.n && std::equal(a.times, std::end(a.times), b.times) &&
-           std::equal(a.similarity, std::end(a.similarity), b.similarity);
-}
-
-// What a child leaves behind.
 struct outcome {
     veloria_code code = VELORIA_RUNNING;
     char text[256] = {};
-    result got, clean[2];
-    std::int64_t hits = 0;   // calls that failed
-    std::int64_t blocks = 0; // still held after all jobs
-    int descriptors = 0;
+    result got, clean; // with the faults and without
 };
 
 struct sound {
@@ -76,43 +64,12 @@ void run(const sound& analyzed, veloria_code& code, char* text, std::size_t text
         _exit(3);
 }
 
-void child(const sound& analyzed, const fault_plan& plan, const std::string& printed, outcome& left)
-{
-    dup2(open(printed.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
-    alarm(60);
-    const std::int64_t before = living_blocks();
-    arm(plan, left.hits);
-    run(analyzed, left.code, left.text, sizeof left.text, left.got);
-    disarm();
-    veloria_code code = VELORIA_OK;
-    for (result& clean : left.clean)
-        run(analyzed, code, nullptr, 0, clean);
-    left.blocks = living_blocks() - before;
-    for (int i = 0; i < 1024; ++i)
-        left.descriptors += fcntl(i, F_GETFD) != -1;
-}
-
-// Runs a child and returns how it ended.
-int run_in_child(const sound& analyzed, const fault_plan& plan, const std::string& printed, outcome& left)
-{
-    new (&left) outcome;
-    const pid_t process = fork();
-    if (process == 0) {
-        child(analyzed, plan, printed, left);
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    return status;
-}
-
 class CFaults : public testing::Test {
 protected:
     test_folder folder;
     std::vector<float> data;
     sound sounds[2];
-    outcome& left =
-        *new (mmap(nullptr, sizeof(outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) outcome;
+    outcome& left = make_shared_object<outcome>();
 
     void SetUp() override
     {
@@ -124,36 +81,36 @@ protected:
         sounds[1].samples = {sizeof(veloria_samples), data.data(), VELORIA_FLOAT32, 1, frames, rate_hz};
     }
 
-    int run_with(const sound& analyzed, const fault_plan& plan) const
+    child_end run_with(const sound& analyzed, const fault_plan& plan)
     {
-        return run_in_child(analyzed, plan, folder.path("stderr"), left);
+        left = {};
+        veloria_code clean_code = VELORIA_OK;
+        return run_in_child(
+            plan, folder.path("stderr"), [&] { run(analyzed, left.code, left.text, sizeof left.text, left.got); },
+            [&] { run(analyzed, clean_code, nullptr, 0, left.clean); });
     }
-
-    void TearDown() override { munmap(&left, sizeof left); }
 };
 
 TEST_F(CFaults, MakeACodeAndATextOfEveryAllocation)
 {
-    const char* const given = std::getenv("FAULT_STRIDE");
-    const int stride = given == nullptr ? 1 : std::max(1, std::atoi(given));
+    const int stride = fault_stride();
     int points = 0, ends[7] = {}, exits = 0;
     for (const sound& analyzed : sounds) {
-        ASSERT_EQ(run_with(analyzed, {fault::allocation, -2}), 0);
+        const child_end undisturbed = run_with(analyzed, {fault::allocation, -2});
         ASSERT_EQ(left.code, VELORIA_OK) << left.text;
         const result reference = left.got;
         ASSERT_EQ(reference.n, 5U);
-        const std::int64_t blocks = left.blocks;
-        const int descriptors = left.descriptors;
         for (const bool lasting : {false, true})
             for (std::int64_t index = 0;; index += stride) {
                 SCOPED_TRACE(testing::Message()
                              << analyzed.path << ", allocation " << index << ", lasting " << lasting);
-                const int status = run_with(analyzed, {fault::allocation, index, lasting});
-                if (left.hits == 0)
+                const child_end end = run_with(analyzed, {fault::allocation, index, lasting});
+                if (end.hits == 0)
                     break;
                 ++points;
-                if (status != 0) {
-                    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE) << status;
+                ASSERT_EQ(end.signal, 0);
+                if (end.status != 0) {
+                    ASSERT_EQ(end.status, EXIT_FAILURE);
                     ASSERT_EQ(contents(folder.path("stderr")),
                               "Out of memory. Details\nstd::bad_alloc\n"); // by the load
                     ++exits;
@@ -164,10 +121,9 @@ TEST_F(CFaults, MakeACodeAndATextOfEveryAllocation)
                     << left.code;
                 ASSERT_EQ(left.code == VELORIA_OK, left.text[0] == '\0') << left.code << left.text;
                 ASSERT_TRUE(left.code != VELORIA_OK || left.got == reference);
-                for (const result& clean : left.clean)
-                    ASSERT_TRUE(clean == reference);
-                ASSERT_EQ(left.blocks, blocks) << left.text;
-                ASSERT_EQ(left.descriptors, descriptors) << left.text;
+                ASSERT_TRUE(left.clean == reference);
+                ASSERT_EQ(end.blocks, undisturbed.blocks) << left.text;
+                ASSERT_EQ(end.descriptors, undisturbed.descriptors) << left.text;
             }
     }
     EXPECT_GT(ends[VELORIA_NO_MEMORY], 0);
@@ -190,11 +146,12 @@ TEST_F(CFaults, MakeACodeAndATextOfWhatTheSystemRefuses)
     for (const auto& [what, text] : cases)
         for (const sound& analyzed : sounds) {
             SCOPED_TRACE(text);
-            ASSERT_EQ(run_with(analyzed, {what, 0, true, ENOSPC}), 0);
-            EXPECT_GT(left.hits, 0);
+            const child_end end = run_with(analyzed, {what, 0, true, ENOSPC});
+            EXPECT_GT(end.hits, 0);
+            EXPECT_EQ(end.signal + end.status, 0);
             EXPECT_EQ(left.code, VELORIA_FAILED);
             EXPECT_TRUE(std::string(left.text).starts_with(text)) << left.text;
-            EXPECT_TRUE(left.clean[0] == left.clean[1] && left.clean[1].n > 0);
+            EXPECT_EQ(left.clean.n, 5U);
         }
 }
 

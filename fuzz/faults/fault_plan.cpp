@@ -66,7 +66,6 @@ extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 
 void* malloc(std::size_t size)
@@ -85,25 +84,6 @@ void* realloc(void* block, std::size_t size)
         return nullptr;
     void* const moved = __libc_realloc(block, size);
     return block == nullptr ? counted(moved) : moved;
-}
-
-void* aligned_alloc(std::size_t alignment, std::size_t size)
-{
-    return fails(fault::allocation) ? nullptr : counted(__libc_memalign(alignment, size));
-}
-
-void* memalign(std::size_t alignment, std::size_t size)
-{
-    return aligned_alloc(alignment, size);
-}
-
-int posix_memalign(void** block, std::size_t alignment, std::size_t size)
-{
-    void* const made = aligned_alloc(alignment, size);
-    if (made == nullptr)
-        return ENOMEM;
-    *block = made;
-    return 0;
 }
 
 void free(void* block)
@@ -144,15 +124,6 @@ SNDFILE* __wrap_sf_open(const char* path, int mode, SF_INFO* info)
     return file;
 }
 
-SNDFILE* __real_sf_open_fd(int, int, SF_INFO*, int);
-SNDFILE* __wrap_sf_open_fd(int descriptor, int mode, SF_INFO* info, int close)
-{
-    opening = true;
-    SNDFILE* const file = __real_sf_open_fd(descriptor, mode, info, close);
-    opening = false;
-    return file;
-}
-
 sf_count_t __real_sf_readf_double(SNDFILE*, double*, sf_count_t);
 sf_count_t __wrap_sf_readf_double(SNDFILE* file, double* samples, sf_count_t frames)
 {
@@ -166,12 +137,6 @@ int __real_sf_error(SNDFILE*);
 int __wrap_sf_error(SNDFILE* file)
 {
     return sound_is_bad ? static_cast<int>(SF_ERR_SYSTEM) : __real_sf_error(file);
-}
-
-sf_count_t __real_sf_seek(SNDFILE*, sf_count_t, int);
-sf_count_t __wrap_sf_seek(SNDFILE* file, sf_count_t frames, int whence)
-{
-    return fails(fault::sound_seek) ? -1 : __real_sf_seek(file, frames, whence);
 }
 
 int __real_open(const char*, int, ...);

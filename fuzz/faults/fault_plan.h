@@ -4,15 +4,14 @@
 
 /// What can be made to fail: calls of the C library and of libsndfile, as the library makes them.
 enum class fault : int {
-    allocation, ///< malloc, calloc, realloc and the aligned ones, by whomever but sf_open and sf_open_fd
+    allocation, ///< malloc, calloc and realloc, by whomever but sf_open
     thread_create,
     mutex_init,
     host_lock,   ///< pthread_mutex_lock of the library on the thread that armed the plan
     worker_lock, ///< and on all others
     sound_open,
     short_read, ///< sf_readf_double gives half
-    bad_read,   ///< sf_readf_double gives half and sf_error tells of an error from then on
-    sound_seek,
+    bad_read,   ///< sf_readf_double gives half and sf_error reports an error from then on
     file_open,
     file_write,
     short_write, ///< write takes half of the bytes
