@@ -2,6 +2,7 @@
 #include <string>
 
 #include "gabarit/commands.h"
+#include "gabarit/program_style.h"
 #include "gabarit/versions.h"
 #include "picture/picture.h"
 
@@ -24,6 +25,7 @@ int main(int argc, char** argv)
     CLI::App program("Shows, checks and exports gabarits: files that hold how alike every moment of a sound is to "
                      "every other.",
                      "gabarit");
+    gabarit::set_style(program);
     program.set_version_flag("-V,--version", list_versions());
     program.require_subcommand(1);
     gabarit::add_info(program, status);
@@ -34,9 +36,6 @@ int main(int argc, char** argv)
     gabarit::add_page(program, status);
     gabarit::add_diff(program, status);
     gabarit::add_repro(program, status);
-    program.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("gabarit: ") + error.what() + " (gabarit --help shows the usage)\n";
-    });
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& answer) {

@@ -31,6 +31,9 @@ namespace fs = std::filesystem;
 
 plan::sound_shape look_at(const job& one)
 {
+    for (const std::string& path : one.input)
+        if (fs::is_directory(path))
+            throw failure(cause::sound, "error opening file '" + path + "': it is a directory");
     const std::optional<plan::sound_shape> sound = plan::look_at_input(one.input);
     if (!sound)
         throw failure(cause::sound, "error opening file '" + one.input.front() + "': it is a device");

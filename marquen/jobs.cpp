@@ -251,7 +251,7 @@ int run_jobs(const options& chosen, progress& shown)
                           {"done", done},
                           {"failed", failed},
                           {"sounds", ends}}
-                         .dump(2, ' ', false, json::error_handler_t::replace)
+                         .dump(2, ' ', true, json::error_handler_t::replace)
                   << '\n';
     else if (chosen.plan)
         print_plans(ends);

@@ -40,6 +40,11 @@ constexpr advice known_errors[] = {
     {"error writing file", cause::output, ""},
     {"for writing", cause::output, ""},
     {"can't be written", cause::output, ""},
+    {"System error", cause::sound, ""},
+    {"it is a device", cause::sound, ""},
+    {"through this pipe", cause::sound, ""},
+    {"it is a directory", cause::sound, "name the sounds in it"},
+    {"error opening file", cause::sound, "re-encode it as WAV"},
 };
 
 const advice* find_advice(const std::string& text)

@@ -9,13 +9,14 @@
 #include <map>
 #include <set>
 #include <span>
+#include <system_error>
 #include <thread>
 
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
-#include "gabarit/reader.h"
+#include "gabarit/program_style.h"
 #include "marquen/formats.h"
 #include "marquen/size_text.h"
 #include "marquen/summary.h"
@@ -197,7 +198,7 @@ std::string file_of(const std::string& path)
 {
     try {
         return picture::reached_file(path);
-    } catch (const fs::filesystem_error&) {
+    } catch (const std::system_error&) {
         return path;
     }
 }
@@ -206,7 +207,7 @@ std::string file_of(const std::string& path)
 void check_names(const std::vector<job>& jobs)
 {
     std::set<std::string> sounds;
-    std::map<std::string, std::string> outputs; // whose each is
+    std::map<std::string, const job*> outputs; // whose each is
     for (const job& one : jobs)
         for (const std::string& path : one.input)
             sounds.insert(file_of(path));
@@ -217,12 +218,14 @@ void check_names(const std::vector<job>& jobs)
             const std::string reached = file_of(output);
             if (sounds.contains(reached))
                 throw CLI::ValidationError("'" + output + "' is the sound itself and would be overwritten");
-            const auto [other, is_new] = outputs.emplace(reached, one.input.front());
-            if (!is_new)
-                throw CLI::ValidationError(other->second == one.input.front()
-                                               ? "--similarity and --picture name the same file"
-                                               : "'" + other->second + "' and '" + one.input.front() +
-                                                     "' would both give '" + output + "'");
+            const auto [other, is_new] = outputs.emplace(reached, &one);
+            if (is_new)
+                continue;
+            if (other->second != &one)
+                throw CLI::ValidationError("'" + other->second->input.front() + "' and '" + one.input.front() +
+                                           "' would both give '" + output + "'");
+            throw CLI::ValidationError(output == one.picture ? "--similarity and --picture name the same file"
+                                                             : "two results would have the name '" + output + "'");
         }
 }
 
@@ -261,10 +264,8 @@ std::optional<options> parse_options(int argc, const char* const* argv, int& sta
     CLI::App app("Shows the musical structure of a sound: writes its gabarit, a picture of how alike every moment "
                  "is to every other.",
                  "marquen");
+    gabarit::set_style(app);
     app.set_version_flag("-V,--version", version_lines());
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return "marquen: " + gabarit::showable(error.what()) + " (marquen --help prints the options)\n";
-    });
     add_files(app, given);
     add_settings(app, chosen, given);
     add_conduct(app, chosen, given);

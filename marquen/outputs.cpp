@@ -27,8 +27,6 @@ void check_outputs(const job& one, bool force)
             continue;
         try {
             picture::check_output(path, force ? picture::existing::replace : picture::existing::refuse);
-        } catch (const fs::filesystem_error& error) {
-            throw failure(cause::output, "'" + path + "' can't be written: " + error.code().message());
         } catch (const std::exception& error) {
             throw failure(cause::output, error.what());
         }

@@ -24,10 +24,10 @@ json text_or_null(cause why)
     return why == cause::none ? json() : json(cause_words[static_cast<int>(why)]);
 }
 
-// A path need not be UTF-8; JSON must be.
+// A path need not be UTF-8; JSON must be. In ASCII, none of its characters steers a terminal.
 std::string text_of(const json& object)
 {
-    return object.dump(2, ' ', false, json::error_handler_t::replace);
+    return object.dump(2, ' ', true, json::error_handler_t::replace);
 }
 
 } // namespace

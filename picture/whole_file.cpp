@@ -74,7 +74,7 @@ bool rename_to_free(const char* from, const char* to)
 } // namespace
 
 std::string reached_file(const std::string& path)
-{
+try {
     fs::path reached = fs::absolute(path);
     for (int links = 0; fs::is_symlink(fs::symlink_status(reached)); ++links) {
         constexpr int most_links = 40; // as the system has it
@@ -83,6 +83,8 @@ std::string reached_file(const std::string& path)
         reached = reached.parent_path() / fs::read_symlink(reached);
     }
     return fs::weakly_canonical(reached.parent_path()) / reached.filename();
+} catch (const fs::filesystem_error& error) {
+    refuse(path, error.code().value());
 }
 
 bool are_same_file(const std::string& one, const std::string& other)

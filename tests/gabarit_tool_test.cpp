@@ -419,6 +419,7 @@ TEST(Tool, EndsWithItsStatusAndNoHalfFile)
         {"picture " + good + " " + out + ".png --from 5 --to 0:04", 2, "", "--from: is behind --to", ""},
         {"picture " + good + " " + out + ".png --from 1:00", 1, "", "the first is at 0:00.3, the last at 0:15.0", ""},
         {"verify", 2, "", "FILE is required", ""},
+        {"verify '--\x1b[31m'", 2, "", "gabarit: The following argument was not expected: --_[31m (", ""},
         {"", 2, "", "A subcommand is required", ""},
     };
     for (const run_case& c : cases) {

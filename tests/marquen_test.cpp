@@ -124,6 +124,9 @@ TEST_F(Marquen, AnswersWrongUsageWithStatusTwo)
         {wav + " --input " + wav, "--input"},
         {wav + " b.wav --similarity " + gabarit, "of one sound"},
         {wav + " x/a.flac --out " + folder.path("x"), "would both give"},
+        {wav + " " + wav, "would both give"},
+        {"--input " + wav + " --similarity a.txt --sections", "two results would have the name 'a.txt'"},
+        {"--\x1b[31m\xc2\x9b", "not expected: --_[31m_ ("},
         {job + " --features_type 2", "--features_type"},
         {job + " --modeling median", "--features_modeling"},
         {job + " --window nan", "'nan' is no number of seconds"},
@@ -156,7 +159,8 @@ TEST_F(Marquen, ReportsOnOneLineWhatFailed)
     const std::string wav = sound("a.wav", 11025, 22050), other_rate = sound("b.wav", 8000, 22050),
                       other_length = sound("c.wav", 11025, 22049), missing = folder.path("none.wav"),
                       odd = sound("odd.wav", 48000, 16385), text = folder.path("text.wav"),
-                      nowhere = folder.path("nowhere/out");
+                      nowhere = folder.path("nowhere/out"), loop = folder.path("loop");
+    std::filesystem::create_symlink("loop", loop);
     const std::string endless = flac_that_announces("d.flac", '\0'), vast = flac_that_announces("e.flac", '\xff');
     std::ofstream(text) << "no sound";
     const std::string to = " --similarity " + gabarit;
@@ -167,7 +171,8 @@ TEST_F(Marquen, ReportsOnOneLineWhatFailed)
     };
     const failure cases[] = {
         {"--input " + missing + to, "error opening file '" + missing + "'"},
-        {"--input " + text + to, "error opening file '" + text + "'"},
+        {"--input " + text + to, "error opening file '" + text + "': Format not recognised. (re-encode it as WAV"},
+        {"--input " + folder.path("") + to, "it is a directory (name the sounds in it)"},
         {"--input a\xc2\x9b\xe2\x80\xae\x1bz" + to, "'a___z'"}, // what a terminal would obey
         {"--input " + endless + to, "the length of '" + endless + "' is unknown"},
         {"--plan --input " + vast, "the length of '" + vast + "' is unknown"},
@@ -180,6 +185,8 @@ TEST_F(Marquen, ReportsOnOneLineWhatFailed)
         {"--input " + wav + to + " --picture " + nowhere + ".png", nowhere + ".png' can't be", 4, "output"},
         {wav + " --plan --out " + nowhere, nowhere + "/a.sdif' can't be", 4, "output"},
         {"--input " + wav + " --similarity " + folder.path("dir"), "it is a directory", 4, "output"},
+        {"--input " + wav + " --similarity " + loop, "symbolic links", 4, "output"},
+        {"--input " + wav + " --similarity " + loop + "/out.sdif", "symbolic links", 4, "output"},
         {"--input " + wav + " --similarity " + text, "exists (--force replaces it)", 4, "output"},
         {"--input " + wav + " --force --similarity " + folder.path(std::string(256, 'x')), "too long", 4, "output"},
     };
@@ -191,6 +198,7 @@ TEST_F(Marquen, ReportsOnOneLineWhatFailed)
         EXPECT_THAT(end.error, HasSubstr(c.text));
         EXPECT_EQ(end.error.find('\n'), end.error.size() - 1);
         EXPECT_EQ(nlohmann::json::parse(end.output)["cause"], c.cause);
+        EXPECT_THAT(end.output, testing::Not(HasSubstr("\xc2\x9b")));
     }
     EXPECT_FALSE(std::filesystem::exists(gabarit));
     EXPECT_EQ(contents(text), "no sound");

@@ -15,7 +15,8 @@ from pathlib import Path
 ROOT, MARQUEN, GABARIT = (Path(argument).resolve() for argument in sys.argv[1:4])
 PROGRAMS = {"marquen": MARQUEN, "gabarit": GABARIT}
 # Each option after what stands ahead of it on the command line.
-COMMANDS = [["marquen"], ["gabarit"]] + [["gabarit", name] for name in ("info", "verify", "picture", "export", "sections", "page", "diff", "repro")]
+SUBCOMMANDS = ("info", "verify", "picture", "export", "sections", "page", "diff", "repro")
+COMMANDS = [["marquen"], ["gabarit"], *(["gabarit", name] for name in SUBCOMMANDS)]
 
 
 def run(command):
@@ -70,10 +71,15 @@ class Options(unittest.TestCase):
     def test_all_subcommands_are_known(self):
         help_text = run(["gabarit", "--help"]).stdout
         told = set(re.findall(r"^  (\w+)", help_text.split("Subcommands:")[1], re.MULTILINE))
-        self.assertEqual(told, {command[1] for command in COMMANDS if len(command) > 1})
+        self.assertEqual(told, set(SUBCOMMANDS))
         commands = (ROOT / "man/gabarit.1.scd").read_text()
         self.assertEqual(told, set(re.findall(r"^## (\w+)", commands, re.MULTILINE)))
         self.assertEqual(told, {word for word in completions(["gabarit", ""]) if word[0] != "-"})
+
+    def test_help_fits_a_terminal(self):
+        for command in COMMANDS:
+            lines = run([*command, "--help"]).stdout.splitlines()
+            self.assertEqual([line for line in lines if len(line) > 80], [], command)
 
     def test_manual_and_completion_have_the_programs_options(self):
         for command in COMMANDS:
