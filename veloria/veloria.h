@@ -13,8 +13,7 @@
 ///
 /// A host starts a job with process(), polls getState() or getPosition(), may ask it to stop with cancel(), reads
 /// getErrorMessage() once it ended, and always ends with shutdown(). Each job has a worker thread of its own; jobs
-/// don't know of each other. One handle belongs to one host thread at a time. A child process that was forked while
-/// jobs ran must start none: it may have inherited a locked lock that no thread of its own will open.
+/// don't know of each other. One handle belongs to one host thread at a time.
 ///
 /// What is wrong with a call is thrown to the caller; what goes wrong inside the analysis is stored in the handle.
 /// Every function that takes a handle throws std::invalid_argument "internal error: invalid process handle" for a

@@ -98,7 +98,7 @@ def analyse(
     """
     settings = _settings(features, modeling, window, step, max_memory)
     source = _Source(sound, rate)
-    with contextlib.closing(_Job()) as job:
+    with _Job() as job:
         with _reporter(progress) as report:
             job.start(source, settings)
             job.wait(report)
@@ -238,10 +238,12 @@ class _Job:
     """A job of the library, and the file in memory that it writes."""
 
     def __init__(self) -> None:
-        self.output = open(os.memfd_create("gabarit"), "rb")
-        self.path = f"/proc/self/fd/{self.output.fileno()}"
+        self._descriptor = os.memfd_create("gabarit")  # never closed by accident: its number is what the job knows
+        self.output = open(self._descriptor, "rb", closefd=False)
+        self.path = f"/proc/self/fd/{self._descriptor}"
         self._handle = ctypes.c_void_p()
-        self._starter = threading.Thread(daemon=True)
+        self._started = threading.Event()  # or refused
+        self._started.set()
 
     def start(self, source: _Source, settings: _library.Settings) -> None:
         """Has another thread copy the samples, so that this one sees an interrupt at once."""
@@ -252,10 +254,12 @@ class _Job:
                 source.start(self.path, settings, self._handle)
             except BaseException as failure:
                 failures.append(failure)
+            finally:
+                self._started.set()
 
-        self._starter = threading.Thread(target=work, daemon=True)
-        self._starter.start()
-        self._starter.join()
+        self._started.clear()
+        threading.Thread(target=work, daemon=True).start()
+        self._started.wait()
         if failures:
             raise failures[0]
 
@@ -273,26 +277,20 @@ class _Job:
         if report is not None:
             report(1.0)
 
-    def close(self) -> None:
-        """Ends it. One that takes long to start or to stop is not waited for."""
-        if self._starter.is_alive() or self._runs_on():
-            threading.Thread(target=self._finish, daemon=True).start()
-        else:
-            self._finish()
+    def __enter__(self) -> _Job:
+        return self
 
-    def _runs_on(self) -> bool:
-        if not self._handle.value:
-            return False
-        library = _library.load()
-        library.veloria_job_cancel(self._handle)
-        return bool(library.veloria_job_wait(self._handle, _END_SECONDS) == _library.RUNNING)
+    def __exit__(self, error: object, *_: object) -> None:
+        """Ends it. One that was given up, and takes long to start or to stop, is not waited for."""
+        finisher = threading.Thread(target=self._finish, daemon=True)
+        finisher.start()
+        finisher.join(None if error is None else _END_SECONDS)
 
     def _finish(self) -> None:
-        if self._starter.is_alive():
-            self._starter.join()
+        self._started.wait()
         if self._handle.value:
             _library.load().veloria_job_end(self._handle)
-        self.output.close()
+        os.close(self._descriptor)
 
 
 def _shown(text: ctypes.Array[ctypes.c_char]) -> str:
