@@ -3,9 +3,10 @@
 
 marquen, gabarit and compose must be on the PATH.
 """
-import csv
+import base64
 import json
 import math
+import os
 import random
 import struct
 import subprocess
@@ -38,20 +39,25 @@ def must(*command):
 
 def write_tones(path, seconds, rate=8000):
     """Half seconds of two tones in turn."""
+    second = b"".join(
+        struct.pack("<h", int(9000 * math.sin(2 * math.pi * (330 if k * 2 // rate % 2 else 550) * k / rate)))
+        for k in range(rate))
     with wave.open(str(path), "wb") as file:
         file.setparams((1, 2, rate, 0, "NONE", ""))
-        file.writeframes(b"".join(
-            struct.pack("<h", int(9000 * math.sin(2 * math.pi * (330 if k * 2 // rate % 2 else 550) * k / rate)))
-            for k in range(int(seconds * rate))))
+        file.writeframes((second * math.ceil(seconds))[:2 * int(seconds * rate)])
 
 
 def bytes_of(sdif):
     """Rows of the square, and the times."""
-    numbers = sdif.with_suffix(".csv")
-    must("gabarit", "export", sdif, numbers)
-    with numbers.open() as file:
-        rows = list(csv.reader(file))[1:]
-    return [[int(level) for level in row[1:]] for row in rows], [float(row[0]) for row in rows]
+    must("gabarit", "export", sdif, sdif.with_suffix(".npy"))
+
+    def data(ending):
+        file = sdif.with_suffix(ending).read_bytes()
+        return file[10 + int.from_bytes(file[8:10], "little"):]
+
+    times = [time for time, in struct.iter_unpack("<d", data(".times.npy"))]
+    levels = data(".npy")
+    return [list(levels[k:k + len(times)]) for k in range(0, len(levels), len(times))], times
 
 
 class PageTest(unittest.TestCase):
@@ -108,10 +114,13 @@ class PageTest(unittest.TestCase):
         return self.times.index(float(data["x"])), self.times.index(float(data["y"])), int(data["level"])
 
     def pixels(self):
-        return self.js("""(() => {
-            const {width, height} = square;
-            return Array.from(square.getContext('2d').getImageData(0, 0, width, height).data);
-        })()""".replace("square", "document.getElementById('square')"))
+        """Red, green, blue and opacity of each, row by row from the top; as base64, which is quick to hand over."""
+        return base64.b64decode(self.js("""(() => {
+            const {width, height} = square, {data} = square.getContext('2d').getImageData(0, 0, width, height);
+            let text = '';
+            for (let k = 0; k < data.length; k += 8192) text += String.fromCharCode(...data.subarray(k, k + 8192));
+            return btoa(text);
+        })()""".replace("square", "document.getElementById('square')")))
 
     def sounding(self, element):
         return self.js("(e => !e.paused && !e.ended && e.readyState > 2)(document.getElementById(arguments[0]))",
@@ -180,7 +189,7 @@ class PageTest(unittest.TestCase):
         side = math.isqrt(len(gray) // 4)
         for i, j in [(0, 0), (20, 60), (60, 20), (94, 3)]:
             pixel = 4 * (round(side - 0.5 - (j + 0.5) / n * side) * side + int((i + 0.5) / n * side))
-            self.assertEqual(gray[pixel:pixel + 4], [self.levels[i][j]] * 3 + [255])
+            self.assertEqual([*gray[pixel:pixel + 4]], [self.levels[i][j]] * 3 + [255])
         self.key("+", "+", "+")
         self.settle()
         self.assertNotEqual(self.pixels(), gray)
@@ -279,7 +288,7 @@ class PageTest(unittest.TestCase):
         gray = self.pixels()
         Select(self.find("#map")).select_by_visible_text("inverted")
         self.settle()
-        self.assertEqual([255 - level if k % 4 < 3 else level for k, level in enumerate(self.pixels())], gray)
+        self.assertEqual(bytes(255 - level if k % 4 < 3 else level for k, level in enumerate(self.pixels())), gray)
         Select(self.find("#map")).select_by_visible_text("gray")
         self.js("document.getElementById('square').focus()")
         self.key("v")
@@ -289,7 +298,7 @@ class PageTest(unittest.TestCase):
         for i, distance in [(0, 0), (50, 0), (10, 24), (10, 84), (10, 85), (80, 40)]:
             pixel = 4 * (int(side - (distance + 0.5) / n * side) * side + int((i + 0.5) / n * side))
             expected = [self.levels[i][i + distance]] * 3 + [255] if i + distance < n else [0, 0, 0, 0]
-            self.assertEqual(lag[pixel:pixel + 4], expected, (i, distance))
+            self.assertEqual([*lag[pixel:pixel + 4]], expected, (i, distance))
         self.point(10.5 / n, 24.5 / n)
         self.assertEqual(self.cell_told(), (10, 34, self.levels[10][34]))
 
@@ -377,7 +386,13 @@ class PageTest(unittest.TestCase):
              "--window_grid_hop", "400")
         must("gabarit", "page", self.folder / "long.sdif", page)
         self.assertLess(page.stat().st_size, 200000)
+        alone = self.folder / "elsewhere" / "long.html"
+        alone.parent.mkdir()
+        alone.write_bytes(page.read_bytes())
+        self.open(alone)
+        self.wait(lambda: "long_files" in self.find("#missing").text)
         self.open(page)
+        self.assertFalse(self.find("#missing").is_displayed())
         self.point(0.7, 0.3, click=True)
         self.wait(lambda: self.sounding("left"))
         self.wait(lambda: self.sounding("right") and not self.sounding("left"))
@@ -410,6 +425,41 @@ class PageTest(unittest.TestCase):
         self.point(0.5, 0.5, click=True)
         self.wait(lambda: self.sounding("left"))
 
+    def test_can_be_read_in_light_and_dark(self):
+        """Contrast of 4.5 : 1 and more; with AXE, the path of an axe.js, all that axe-core looks for besides."""
+        page = self.folder / "readable.html"
+        must("gabarit", "page", self.song, page, "--with", self.song, "--sections", self.labels)
+        axe = os.environ.get("AXE")
+        for scheme in ("light", "dark"):
+            with self.subTest(scheme=scheme):
+                self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {
+                    "features": [{"name": "prefers-color-scheme", "value": scheme}]})
+                self.open(page)
+                self.js("document.querySelector('details').open = true")
+                self.point(0.2, 0.3, click=True)
+                self.assertEqual(self.browser.execute_script("""
+                    const numbers = (color) => color.match(/[\\d.]+/g).map(Number);
+                    const light = ([r, g, b]) => [r, g, b].map((c) => c / 255)
+                        .map((c) => (c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4))
+                        .reduce((sum, c, k) => sum + c * [0.2126, 0.7152, 0.0722][k], 0);
+                    const ground = (e) => {
+                        const color = numbers(getComputedStyle(e).backgroundColor);
+                        return color[3] === 0 ? ground(e.parentElement) : color;
+                    };
+                    const texts = [...document.querySelectorAll('body *')].filter((e) => e.checkVisibility() &&
+                        [...e.childNodes].some((node) => node.nodeType === 3 && node.data.trim()));
+                    const contrast = (e) => {
+                        const [a, b] = [numbers(getComputedStyle(e).color), ground(e)].map(light);
+                        return (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05);
+                    };
+                    return texts.length > 40 ? texts.filter((e) => contrast(e) < 4.5).map((e) => e.outerHTML) : texts;
+                    """), [])
+                if axe:
+                    self.browser.execute_script(Path(axe).read_text())
+                    found = self.browser.execute_async_script("axe.run(document).then(arguments[0])")
+                    self.assertEqual([(v["id"], v["nodes"][0]["html"]) for v in found["violations"]], [])
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
+
     def test_fits_a_phone(self):
         self.browser.set_window_size(500, 900)
         try:
@@ -436,11 +486,14 @@ class PageTest(unittest.TestCase):
         damaged = self.folder / "damaged.sdif"
         damaged.write_bytes(self.song.read_bytes()[:-40])
         write_tones(self.folder / "other.wav", 20)
+        (self.folder / "odd.json").write_text('{"sections": [{"start": "0", "end": 1, "label": "A"}]}')
         cases = [
             ([lost], 1, ["--sound FILE", "--no-sound"]),
             ([self.song, "--sound", self.folder / "other.wav"], 1, ["other.wav", "--no-sound"]),
             ([self.song, "--sound", self.labels], 1, ["parts.txt"]),
             ([self.song, "--sections", self.song], 1, ["line 1"]),
+            ([self.song, "--sections", self.folder], 1, ["no file of text"]),
+            ([self.song, "--sections", self.folder / "odd.json"], 1, ['no array "sections"']),
             ([damaged], 1, ["damaged.sdif"]),
             ([self.song, "--with", self.folder / "short.sdif"], 1, ["short.sdif"]),
             ([self.song, "--quality", "1"], 2, ["16"]),

@@ -84,10 +84,10 @@ const keys = {
     "o": () => turn(loop),
     "v": () => turn(viewChoice),
     "g": () => gabarits.length > 1 && turn(shownChoice),
-    "c": () => turn(mapChoice),
-    "+": () => zoom(0.8),
-    "=": () => zoom(0.8),
-    "-": () => zoom(1.25),
+    "c": () => mapChoice.disabled || turn(mapChoice),
+    "+": () => zoomChosen(0.8),
+    "=": () => zoomChosen(0.8),
+    "-": () => zoomChosen(1.25),
     "0": fit,
     "escape": silence,
 };
@@ -143,7 +143,6 @@ function choices(list, names) {
 /** Which color is which gabarit. */
 function fillLegend() {
     const legend = document.getElementById("legend");
-    legend.hidden = gabarits.length < 2;
     legend.append(
         ...facts.names.map((name, k) => {
             const entry = document.createElement("span");
@@ -158,10 +157,24 @@ function fillLegend() {
     legend.append(both);
 }
 
+/** Explains the colors that are shown: those of the levels, or those of two gabarits. */
+function showColors() {
+    const both = view.shown === gabarits.length;
+    document.getElementById("legend").hidden = !both;
+    document.getElementById("scale").hidden = both || n === 0;
+    mapChoice.disabled = both;
+    const stops = [0, 51, 102, 153, 204, 255].map((level) => {
+        const pixel = colorMaps[view.map][level];
+        return `rgb(${pixel & 255} ${(pixel >> 8) & 255} ${(pixel >> 16) & 255})`;
+    });
+    document.getElementById("ramp").style.background = `linear-gradient(to right, ${stops})`;
+}
+
 /** Lets a list steer one thing of the view. */
 function bind(list, change) {
     list.addEventListener("change", () => {
         change(list.value);
+        showColors();
         requestPaint();
     });
 }
@@ -181,6 +194,8 @@ async function openPage() {
     bind(mapChoice, (map) => Object.assign(view, {map}));
     bind(shownChoice, (shown) => Object.assign(view, {shown: Number(shown)}));
     bind(loop, () => playing.what === "moments" && hearChosen("moments"));
+
+    showColors();
 
     for (const element of document.querySelectorAll(".sounding, #waveform")) element.hidden = !facts.sound;
     if (!facts.sound) readout.dataset.hint = "Point at the square.";

@@ -17,6 +17,8 @@ function openRecording(base64) {
     if (!facts.sound) return;
     const {beside} = facts.sound;
     const carried = () => URL.createObjectURL(new Blob([bytesOf(base64)], {type: "audio/ogg"}));
+    const lost = beside ? lostFolder : "This browser can't play the sound that the page carries, which is Ogg Opus.";
+    sound.addEventListener("error", () => reportMissing(lost));
     const source = beside ? besidePage("sound.opus") : carried();
     // Of a long file each element reads some megabytes in advance.
     for (const element of [left, right]) Object.assign(element, {preload: beside ? "none" : "auto", src: source});

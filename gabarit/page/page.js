@@ -46,7 +46,7 @@ function paint() {
         document.getElementById("axis-y"),
         "bottom",
         view.y,
-        view.kind === "lag" ? (place) => place * stepSeconds : secondsAt
+        view.kind === "lag" ? (place) => (place - 0.5) * stepSeconds : secondsAt
     );
     placeParts();
     paintCursors();
@@ -168,6 +168,13 @@ function choose(i, j) {
     if (away(across) || away(up)) move(away(across), away(up));
     tell();
     requestCursors();
+}
+
+/** Zooms about the chosen cell, which may lie outside what is seen. */
+function zoomChosen(factor) {
+    const {across, up} = chosen ? placeOnCanvas(chosen.i + 0.5, chosen.j + 0.5) : {across: 0.5, up: 0.5};
+    const seen = across >= 0 && across <= 1 && up >= 0 && up <= 1;
+    zoom(factor, ...(seen ? [across, up] : [0.5, 0.5]));
 }
 
 function hearChosen(what) {

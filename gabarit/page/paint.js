@@ -66,7 +66,7 @@ function cellAt(across, up) {
 
 /** Places of two axis positions on the canvas, 0 to 1 from its left and from its bottom. */
 function placeOnCanvas(x, y) {
-    return {across: (x - view.x) / view.span, up: ((view.kind === "lag" ? y - x : y) - view.y) / view.span};
+    return {across: (x - view.x) / view.span, up: ((view.kind === "lag" ? y - x + 0.5 : y) - view.y) / view.span};
 }
 
 /** First and last cell of a layer under each pixel of a line; each cell belongs to one pixel if it has room. */

@@ -2,19 +2,24 @@
 
 const parts = facts.sections ?? [];
 
+/** A label file may leave a name out. */
+const nameOf = ({label}) => label || "unnamed";
+
 /** One color a letter, all light enough for dark text. */
 const partColors = new Map();
 for (const {label} of parts)
     if (!partColors.has(label)) partColors.set(label, `hsl(${Math.round(35 + partColors.size * 137.5) % 360} 62% 74%)`);
 
-function partButton(part, name) {
+function partButton(part) {
     const button = document.createElement("button");
     button.type = "button";
     button.className = "part";
-    button.textContent = part.label;
+    button.disabled = !facts.sound;
+    button.textContent = nameOf(part);
     button.style.background = partColors.get(part.label);
-    button.title = `${name} ${clock(part.start)} – ${clock(part.end)}`;
-    button.addEventListener("click", () => playWhole(part.start, part.end));
+    button.title = `${nameOf(part)} ${clock(part.start)} – ${clock(part.end)}`;
+    // A label of no length is a place to begin at.
+    button.addEventListener("click", () => playWhole(part.start, part.end > part.start ? part.end : Infinity));
     return button;
 }
 
@@ -24,8 +29,8 @@ function fillParts() {
     for (const part of parts) {
         const row = body.insertRow();
         Object.assign(row.dataset, {start: part.start, end: part.end, label: part.label});
-        const button = partButton(part, part.label);
-        button.setAttribute("aria-label", facts.sound ? `Play ${part.label}` : part.label);
+        const button = partButton(part);
+        if (facts.sound) button.setAttribute("aria-label", `Play ${nameOf(part)}`);
         row.insertCell().append(button);
         row.insertCell().textContent = clock(part.start);
         row.insertCell().textContent = clock(part.end);
@@ -33,8 +38,9 @@ function fillParts() {
     for (const axis of ["x", "y"])
         document.getElementById(`bars-${axis}`).append(
             ...parts.map((part) => {
-                const bar = partButton(part, part.label);
+                const bar = partButton(part);
                 bar.tabIndex = -1;
+                bar.classList.toggle("long", part.label.length > 2);
                 return bar;
             })
         );
@@ -51,7 +57,7 @@ function placeParts() {
             bar.hidden = end <= begin;
             bar.style[start] = `${100 * begin}%`;
             bar.style[size] = `${100 * Math.max(end - begin, 0)}%`;
-            bar.textContent = (end - begin) * square.clientWidth > 10 ? part.label : "";
+            bar.textContent = (end - begin) * square.clientWidth > 10 ? nameOf(part) : "";
         });
     layAlong(document.getElementById("bars-x"), view.x, "left", "width");
     layAlong(document.getElementById("bars-y"), view.y, "bottom", "height");
@@ -60,10 +66,11 @@ function placeParts() {
 
 let marked = null;
 
-/** Marks the row of the part that a time lies in. */
+/** Marks the row of the part that the player stands in, once it was used. */
 function markPart(seconds) {
     const {rows} = document.querySelector("#sections tbody");
-    const row = rows[parts.findIndex(({start, end}) => seconds >= start && seconds < end)];
+    const used = seconds > 0 || playing.what === "whole";
+    const row = used ? rows[parts.findIndex(({start, end}) => seconds >= start && seconds < end)] : undefined;
     if (row === marked) return;
     marked?.removeAttribute("aria-current");
     row?.setAttribute("aria-current", "true");

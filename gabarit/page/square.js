@@ -4,6 +4,16 @@
 const facts = JSON.parse(document.getElementById("facts").textContent);
 const n = facts.times.length;
 
+/** A page that was moved alone has lost its folder. */
+const lostFolder = `The folder "${facts.folder}" must lie beside this page; a file of it can't be read.`;
+
+/** Says what the page lacks. */
+function reportMissing(text) {
+    const missing = document.getElementById("missing");
+    missing.hidden = false;
+    missing.textContent = text;
+}
+
 /** Bytes of a base64 text. */
 function bytesOf(base64) {
     const text = atob(base64);
@@ -120,7 +130,10 @@ class Gabarit {
                 this.asked.add(name);
                 const script = document.createElement("script");
                 script.src = besidePage(name);
-                script.onerror = () => this.asked.delete(name);
+                script.onerror = () => {
+                    this.asked.delete(name);
+                    reportMissing(lostFolder);
+                };
                 document.head.append(script);
             }
     }
