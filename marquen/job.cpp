@@ -88,6 +88,7 @@ void write_page(const job& one, const options& chosen, const std::function<void(
 {
     gabarit::page_options page;
     page.sound = one.input.front();
+    page.is_its_sound = true;
     page.treatment = treatment_of(chosen);
     gabarit::write_listening_page(one.similarity, one.page, page, report);
 }

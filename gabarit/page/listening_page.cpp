@@ -180,9 +180,11 @@ recording record(const loaded_gabarit& loaded, const std::string& sdif_path, con
                  const std::function<void(double)>& progress)
 {
     const std::string path = options.sound.empty() ? find_sound(loaded, sdif_path) : options.sound;
-    check_length(loaded, announced_seconds(path), path);
+    if (!options.is_its_sound)
+        check_length(loaded, announced_seconds(path), path);
     recording sound = encode_recording(path, options.kilobits_per_second, progress);
-    check_length(loaded, sound.seconds, path);
+    if (!options.is_its_sound)
+        check_length(loaded, sound.seconds, path);
     return sound;
 }
 

@@ -15,6 +15,7 @@ struct page_options {
     std::string title;                                   ///< empty: the name of the sound
     std::string sound;                                   ///< path of the sound; empty: the one that the gabarit names
     bool with_sound = true;                              ///< whether the page plays
+    bool is_its_sound = false;                           ///< known: a cut one that is shorter than it says is taken
     int kilobits_per_second = 64;                        ///< of the sound in the page
     std::string other;                                   ///< a second gabarit of the same sound; empty: none
     std::optional<std::vector<sections::section>> parts; ///< none: those that the square itself shows

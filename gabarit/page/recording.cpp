@@ -103,11 +103,15 @@ public:
         }
     }
 
+    // Of the stretches that were reached: a sound may be shorter than it says.
     std::vector<unsigned char> bytes() const
     {
-        std::vector<unsigned char> levels;
-        for (const float peak : peaks_)
-            levels.push_back(static_cast<unsigned char>(std::lround(255.0f * std::min(peak, 1.0f))));
+        const double reached = static_cast<double>(position_) / static_cast<double>(frames_);
+        std::vector<unsigned char> levels(
+            static_cast<std::size_t>(std::ceil(reached * static_cast<double>(peaks_.size()))));
+        std::ranges::transform(peaks_.begin(), peaks_.begin() + std::ssize(levels), levels.begin(), [](float peak) {
+            return static_cast<unsigned char>(std::lround(255.0f * std::min(peak, 1.0f)));
+        });
         return levels;
     }
 

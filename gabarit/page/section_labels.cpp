@@ -17,7 +17,8 @@ namespace {
 
 bool is_stretch(double start, double end)
 {
-    return std::isfinite(start) && std::isfinite(end) && start <= end;
+    constexpr double longest_seconds = 1.0e9; // no sound is as long, and clocks can show it
+    return std::fabs(start) <= longest_seconds && std::fabs(end) <= longest_seconds && start <= end;
 }
 
 std::vector<sections::section> sections_of_json(std::istream& file)
@@ -27,7 +28,7 @@ std::vector<sections::section> sections_of_json(std::istream& file)
     for (const nlohmann::json& part : document.at("sections")) {
         const sections::section read{part.at("start"), part.at("end"), showable(part.at("label").get<std::string>())};
         if (!is_stretch(read.start_seconds, read.end_seconds))
-            throw std::runtime_error("a section ends before it starts");
+            throw std::runtime_error("a section has no start before its end");
         parts.push_back(read);
     }
     return parts;
@@ -52,6 +53,8 @@ std::vector<sections::section> sections_of_lines(std::istream& file)
         label.erase(label.find_last_not_of(" \t\r") + 1);
         parts.push_back({start, end, showable(label)});
     }
+    if (file.bad())
+        throw std::runtime_error("it is no file of text");
     return parts;
 }
 
@@ -64,6 +67,9 @@ std::vector<sections::section> read_section_labels(const std::string& path)
         throw std::runtime_error("the sections '" + path + "' can't be opened");
     try {
         return std::filesystem::path(path).extension() == ".json" ? sections_of_json(file) : sections_of_lines(file);
+    } catch (const nlohmann::json::type_error&) {
+        throw std::runtime_error("the sections '" + path +
+                                 "' can't be read: no array \"sections\" of objects with start, end and label");
     } catch (const std::exception& error) {
         throw std::runtime_error("the sections '" + path + "' can't be read: " + error.what());
     }

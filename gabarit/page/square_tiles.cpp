@@ -18,7 +18,7 @@ std::string deflated(const std::vector<unsigned char>& bytes)
     uLongf size = compressBound(static_cast<uLong>(bytes.size()));
     std::string packed(size, '\0');
     if (compress2(reinterpret_cast<Bytef*>(packed.data()), &size, bytes.data(), static_cast<uLong>(bytes.size()),
-                  Z_BEST_COMPRESSION) != Z_OK)
+                  Z_DEFAULT_COMPRESSION) != Z_OK)
         throw std::runtime_error("the square can't be deflated");
     packed.resize(size);
     return packed;
