@@ -108,6 +108,8 @@ json parameters_of(const form& found)
             {"shortest", p.shortest},
             {"longest", p.longest},
             {"cut_cost", p.cut_cost},
+            {"cut_share", p.cut_share},
+            {"least_cut_cost", p.least_cut_cost},
             {"least_contrast", p.least_contrast},
             {"stripe_share", p.stripe_share},
             {"smoothing", p.smoothing},

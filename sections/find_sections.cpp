@@ -73,7 +73,7 @@ std::vector<section> find_sections(const square& similarity, const time_axis& ti
     if (is_ripple(similarity, times, chosen))
         return {{0.0, end_seconds, letter_name(0)}};
 
-    const moment_counts counts = count_moments(chosen, step, times.window_seconds);
+    const moment_counts counts = count_moments(chosen, n, step, times.window_seconds);
     std::vector<range> runs = cut(similarity, chosen, counts);
     std::vector<int> letters = name_sections(similarity, runs, counts);
     join_rounds(letters);

@@ -5,7 +5,7 @@
 
 namespace sections {
 
-moment_counts count_moments(const parameters& chosen, double step, double window)
+moment_counts count_moments(const parameters& chosen, int n, double step, double window)
 {
     constexpr double most = 1e6; // as moments: also where the step is next to nothing
     const auto moments = [&](double seconds, int least) {
@@ -19,7 +19,7 @@ moment_counts count_moments(const parameters& chosen, double step, double window
     counts.aside = moments(chosen.aside, 1);
     counts.shortest_stripe = moments(chosen.shortest_stripe, 2);
     counts.reach = moments(chosen.reach, 1);
-    counts.cut_cost = chosen.cut_cost / step;
+    counts.cut_cost = std::min(std::max(chosen.cut_share * n, chosen.least_cut_cost / step), chosen.cut_cost / step);
     return counts;
 }
 

@@ -6,7 +6,9 @@ namespace sections {
 struct parameters {
     double shortest = 4.0;        ///< a section has at least this length
     double longest = 60.0;        ///< and at most this, unless nothing tells it from its neighbour
-    double cut_cost = 1.5;        ///< what a further section must gain: seconds of full likeness
+    double cut_cost = 2.0;        ///< what a further section must gain, at most: seconds of full likeness
+    double cut_share = 0.0175;    ///< and as a share of the sound: a short sound has short parts
+    double least_cut_cost = 0.6;  ///< and at least
     double least_contrast = 0.05; ///< of two neighbours: how much more alike each is within than to the other
     double stripe_share = 0.2;    ///< weight of common stripes beside the bytes
 
@@ -35,7 +37,8 @@ struct moment_counts {
     double cut_cost;
 };
 
+/// @param n             moments of the gabarit
 /// @param step, window  of the gabarit, in seconds; greater than 0
-moment_counts count_moments(const parameters& chosen, double step, double window);
+moment_counts count_moments(const parameters& chosen, int n, double step, double window);
 
 } // namespace sections

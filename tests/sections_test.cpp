@@ -146,7 +146,7 @@ TEST(Cuts, AreTheBestOfAll)
 {
     sections::parameters chosen;
     chosen.stripe_share = 0.0;
-    sections::moment_counts counts = sections::count_moments(chosen, 0.5, 1.0);
+    sections::moment_counts counts = sections::count_moments(chosen, 20, 0.5, 1.0);
     counts.shortest = 3;
     counts.longest = 9;
     for (unsigned seed = 0; seed < 5; ++seed) {
@@ -161,11 +161,24 @@ TEST(Cuts, AreTheBestOfAll)
     }
 }
 
+TEST(Cuts, CostLessInAShortSound)
+{
+    const sections::parameters chosen;
+    for (const double step : {0.25, 0.5}) {
+        const auto seconds = [&](double sound) {
+            return step * sections::count_moments(chosen, static_cast<int>(sound / step), step, 1.0).cut_cost;
+        };
+        EXPECT_DOUBLE_EQ(seconds(10.0), chosen.least_cut_cost);
+        EXPECT_DOUBLE_EQ(seconds(60.0), 60.0 * chosen.cut_share);
+        EXPECT_DOUBLE_EQ(seconds(3600.0), chosen.cut_cost);
+    }
+}
+
 TEST(Stripes, LieWhereAPassageComesAgain)
 {
     const sections::parameters chosen;
-    const sections::moment_counts counts = sections::count_moments(chosen, 0.5, 1.0);
     const made_square square = song("ABCBD", {20, 30, 25, 30, 20});
+    const sections::moment_counts counts = sections::count_moments(chosen, square.n, 0.5, 1.0);
     const std::vector<sections::stripe> found = sections::find_stripes(square.view(), chosen, counts);
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(found[0].lag, 55);
