@@ -219,14 +219,14 @@ def by_appearance(form):
     return "".join(names.setdefault(letter, chr(65 + len(names))) for letter in form)
 
 
-def compose(seed, kind="both"):
-    """The song of that seed."""
+def compose(seed, kind="both", form=None):
+    """The song of that seed, in a form of its own if none is given."""
     random = np.random.default_rng([seed, KINDS.index(kind)])
     song = Song(seed, kind)
     song.humanise = random.uniform(0.004, 0.02)
     song.fills = random.random() < 0.4
     song.reverb = seed % 2 == 0
-    form = by_appearance(form_of(random))
+    form = by_appearance(form or form_of(random))
     tempo = 60.0 / random.uniform(70, 150)
     tempo_changes = random.random() < 0.2
     parts = []
@@ -265,10 +265,10 @@ def compose(seed, kind="both"):
 def midi_bytes(song):
     """A file of format 0 in which a tick is a millisecond."""
     events = [(0, b"\xff\x51\x03\x07\xa1\x20")]
-    for channel, level in ((0, 90), (1, 105), (2, 100), (9, 95)):
+    for channel, level, place in ((0, 90, 40), (1, 105, 64), (2, 100, 84), (3, 90, 30), (4, 90, 98), (9, 95, 64)):
         events.append((0, bytes([0xB0 + channel, 7, level])))
         events.append((0, bytes([0xB0 + channel, 91, 70 if song.reverb else 0])))
-        events.append((0, bytes([0xB0 + channel, 10, {0: 40, 1: 64, 2: 84, 9: 64}[channel]])))
+        events.append((0, bytes([0xB0 + channel, 10, place])))
     for time, channel, program in song.programs:
         events.append((max(0, round(1000 * time)), bytes([0xC0 + channel, program])))
     for begin, end, channel, key, velocity in song.notes:

@@ -5,6 +5,8 @@ docs/sections.md.
     bench/sections.py BUILD                 the quoted half of the seeds, all groups
     bench/sections.py BUILD --half tuning   the half that the method was tuned on
 
+Songs and grooves are composed by different rules, so that a method can't be tuned to one composer's habits.
+
 `./dev sections` installs what this wants and runs it: fluidsynth with a soundfont, espeak-ng, ffmpeg, mir_eval.
 """
 import argparse
@@ -18,11 +20,13 @@ import mir_eval
 import numpy as np
 import scipy.io.wavfile
 
+import compose_grooves
 import compose_songs
 import other_segmentations as other
 
 warnings.filterwarnings("ignore", module="mir_eval")
-SEEDS = {"tuning": 0, "quoted": 300}
+SEEDS = {"tuning": 0, "quoted": 500}
+STYLES = {"songs": compose_songs, "grooves": compose_grooves}
 SONGS = {"both": 24, "instruments": 10, "harmony": 10}
 COLUMNS = ["changes 0.5 s", "changes 3 s", "all 0.5 s", "all 3 s", "pairwise", "V"]
 
@@ -33,10 +37,10 @@ class Bench:
         self.gabarit = str(Path(build, "gabarit/gabarit").resolve())
         self.folder = folder
 
-    def song(self, kind, seed):
+    def song(self, style, kind, seed, form=None):
         """Composes, renders and analyses a song, once."""
-        song = compose_songs.compose(seed, kind)
-        song.path = self.folder / f"{kind}{seed}.wav"
+        song = STYLES[style].compose(seed, kind, form)
+        song.path = self.folder / f"{style}-{kind}{seed}{form or ''}.wav"
         if not song.path.exists():
             compose_songs.render(song, song.path)
         self.analyse(song.path)
@@ -142,18 +146,18 @@ def print_table(title, rows):
         print(f"| {name} | " + " | ".join(f"{v:.3f}" for v in np.mean(values, axis=0)) + " |")
 
 
-def score_group(bench, kind, seeds):
-    songs = [bench.song(kind, seed) for seed in seeds]
+def score_group(bench, style, kind, seeds):
+    songs = [bench.song(style, kind, seed) for seed in seeds]
     rows = {}
     for song in songs:
         for name, found in methods(bench, song):
             rows.setdefault(name, []).append(scores(song, found))
-    if kind == "both":
+    if (style, kind) == ("songs", "both"):
         for how, name in (("mp3", "as an MP3 of 64 kbit/s"), ("noise", "with noise at -20 dB")):
             for song in songs:
                 found = bench.sections(bench.analyse(worn(song, how)))
                 rows.setdefault(f"gabarit sections, {name}", []).append(scores(song, found))
-    print_table(f"{kind}: {len(songs)} songs, {sum(len(s.form) for s in songs)} sections", rows)
+    print_table(f"{style}, {kind}: {len(songs)} songs, {sum(len(s.form) for s in songs)} sections", rows)
     worst = sorted(zip(rows["gabarit sections"], songs), key=lambda pair: pair[0][0])[:3]
     for values, song in worst:
         found = bench.sections(bench.analyse(song.path))
@@ -161,20 +165,44 @@ def score_group(bench, kind, seeds):
               f"{' '.join(found[1])} at {[round(e, 1) for e in found[0]]}; {', '.join(song.traits)}")
 
 
+def check_extremes(bench, seeds):
+    """Counts the sounds whose form is certain that got it: no letter twice, one letter, one section."""
+    random = np.random.default_rng(seeds[0])
+    seconds = np.arange(60 * 44100) / 44100
+    white = random.normal(0, 0.1, len(seconds))
+    sounds = {"silence": 0 * seconds, "white noise": white, "brown noise": np.cumsum(white) / 500}
+    for hertz in (55, 220, 1000):
+        sounds[f"a tone of {hertz} Hz"] = 0.3 * np.sin(2 * np.pi * hertz * seconds)
+        sounds[f"a chord on {hertz} Hz"] = sum(0.1 * np.sin(2 * np.pi * f * hertz * seconds) for f in (1, 1.25, 1.5))
+    print()
+    for style in STYLES:
+        letters = [bench.sections(bench.analyse(bench.song(style, "both", s, "ABCDEF").path))[1] for s in seeds]
+        print(f"{style}, nothing repeats: {sum(len(set(l)) == len(l) for l in letters)} of {len(seeds)} no letter twice")
+        letters = [bench.sections(bench.analyse(bench.song(style, "both", s, "AAAAAAAA").path))[1] for s in seeds]
+        print(f"{style}, a part eight times: {sum(len(set(l)) == 1 for l in letters)} of {len(seeds)} one letter")
+    for name, samples in sounds.items():
+        path = bench.folder / f"{name.replace(' ', '-')}.wav"
+        scipy.io.wavfile.write(path, 44100, np.round(32767 * np.clip(samples, -1, 1)).astype(np.int16))
+        print(f"{name}: {' '.join(bench.sections(bench.analyse(path))[1])}")
+
+
 def main():
     arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     arguments.add_argument("build", help="folder of a build")
     arguments.add_argument("--half", choices=SEEDS, default="quoted")
-    arguments.add_argument("--kinds", nargs="+", choices=SONGS, default=list(SONGS))
+    arguments.add_argument("--styles", nargs="+", choices=STYLES, default=list(STYLES))
+    arguments.add_argument("--kinds", nargs="*", choices=SONGS, default=list(SONGS))
     arguments.add_argument("--keep", type=Path, help="folder to leave songs and gabarits in, and to take them from")
     given = arguments.parse_args()
     with tempfile.TemporaryDirectory() as scratch:
         folder = given.keep or Path(scratch)
         folder.mkdir(parents=True, exist_ok=True)
         bench = Bench(given.build, folder)
-        for kind in given.kinds:
-            first = SEEDS[given.half]
-            score_group(bench, kind, range(first, first + SONGS[kind]))
+        first = SEEDS[given.half]
+        for style in given.styles:
+            for kind in given.kinds:
+                score_group(bench, style, kind, range(first, first + SONGS[kind]))
+        check_extremes(bench, range(first, first + 8))
 
 
 if __name__ == "__main__":
