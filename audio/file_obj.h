@@ -9,8 +9,8 @@
 
 namespace readsnd {
 
-/// A sound file behind a cache of three consecutive blocks, each ten times as long as the longest request yet or
-/// longer. Long runs forward cost one call of libsndfile per ten requests; stepping back and overlaps cost none.
+/// A sound file behind a cache of three consecutive blocks, each at least ten times as long as the longest request yet.
+/// Reading on costs one call of libsndfile per ten requests or more; a step back inside the cache costs none.
 class FileObj {
 public:
     FileObj() = default;

@@ -99,8 +99,8 @@ std::span<double> run_all_blocks(mono_source& source, std::uint32_t frames, Resa
     return room;
 }
 
-// A sound whose samples would all be among those that the first run drops is run as one full block: the rest of the
-// fresh input area is zero.
+// A sound so short that the resampler would drop all of its output as filter delay is run as one full block: the rest
+// of the new input area is zero.
 std::span<double> run_short_sound(mono_source& source, std::uint32_t frames, Resampler& resampler,
                                   std::span<double> room, const progress_record& progress)
 {

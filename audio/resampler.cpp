@@ -25,7 +25,7 @@ rational rational_ratio(double x)
         const double digit = std::round(y);
         last_numerator = std::exchange(numerator, numerator * digit + last_numerator);
         last_denominator = std::exchange(denominator, denominator * digit + last_denominator);
-        // Not with <, so that a NaN ends the loop; before the division, which would be by 0 where the fraction is
+        // !(a >= b) and not a < b, so that a NaN ends the loop. Tested before 1 / y, which is 1 / 0 if the fraction is
         // exact.
         if (!(std::abs(numerator / denominator - x) >= tolerance))
             break;
@@ -165,7 +165,7 @@ void Resampler::flush(std::span<double> out) const
 {
     if (static_cast<std::int64_t>(out.size()) < filter.latency)
         throw tavel::error("Output vector too small.");
-    // What the samples past the end would add is left out.
+    // The terms of samples past the end are left out.
     std::int64_t position = phase;
     for (double& output : out.first(static_cast<std::size_t>(filter.latency))) {
         const double* const row = phases.data() + position % filter.up * filter.taps;

@@ -11,8 +11,8 @@ struct rational {
     std::uint32_t numerator, denominator;
 };
 
-/// The first fraction of the continued fraction of `x`, by nearest integers, that lies within 1e-12 of it. An infinite
-/// or undefined number gets some fraction.
+/// Develops `x` into a continued fraction by nearest integers and returns the first of its fractions that lies within
+/// 1e-12 of `x`, or within its rounding error if that is larger. For an infinite number or NaN, some fraction.
 rational rational_ratio(double x);
 
 /// The sizes of a resampling filter. It works on the input with `up` - 1 zeros after each sample; the output takes each

@@ -13,7 +13,7 @@ namespace veloria_c {
 struct job_view {
     veloria_state state;
     double position; ///< the furthest yet
-    bool alive;      ///< false once the job was ended: then nothing else is told
+    bool alive;      ///< false once the job was ended: then nothing else holds
 };
 
 /// One job of the library. Any thread may call any function.

@@ -23,7 +23,8 @@ int transform_size_of(int length)
     return 2 * static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::max(length, 1))));
 }
 
-// Eight running maxima side by side, each from the first power on: a NaN there stays, any other is passed over.
+// Eight running maxima side by side, which all begin with the first power. If that is NaN, so is the result; a NaN
+// further on is passed over.
 float largest_power(const float* power, int count)
 {
     constexpr int lanes = 8;

@@ -32,8 +32,9 @@ double raised_cosine(double phase)
     return 1.0 - std::cos(2.0 * std::numbers::pi * phase);
 }
 
-// The scale has half a step for each filter and one more: step m carries the filters 2m and, half a step on, 2m + 1.
-// The comparisons are made in double: a position that is no number belongs to no filter.
+// Filter i covers the mel scale from i / 2 to i / 2 + 1 steps, so that a bin lies under two filters: the one that
+// begins with the step of the bin, and the one half a step before or behind. Compared as a double, a NaN lies under
+// none.
 void add_bin(int bin, double position, filter_drafts& drafts)
 {
     const double step = std::floor(position);

@@ -8,7 +8,8 @@ namespace veloria {
 
 namespace {
 
-// The bits of numbers that are not negative order as the numbers do, NaN last; inverted they order downwards.
+// Taken for integers, the bits of floats that are not negative have the order of the floats, with NaN last. Inverted,
+// they have the opposite order.
 enum key_order : std::int32_t { ascending = 0, descending = -1 };
 
 constexpr std::int32_t magnitude_bits = 0x7fffffff;
@@ -60,8 +61,9 @@ float sum_powers_below(const std::int32_t* keys, int count, std::int32_t bound, 
     return sum;
 }
 
-// Mean of the powers with the `wanted` smallest keys. Bisection over the keys' range ends early once a bound has
-// just that many keys below it; else it ends on the key at the edge, which fills up the sum.
+// Mean of the powers with the `wanted` smallest keys. Bisects the range of the keys for a bound with that many keys
+// below it. There is none if several keys are equal at the edge: the search then ends on their value, which fills up
+// the sum.
 float mean_of_smallest(const std::int32_t* keys, int count, int wanted, std::int32_t order)
 {
     const key_range range = range_of_keys(keys, count);

@@ -21,7 +21,8 @@ struct pitch_bin {
     double upper_weight;
 };
 
-// Pitch modulo an octave. The epsilon takes a pitch that a rounding error holds below a C for that C.
+// Semitones above the C below: pitch - 12 floor(pitch (1 + epsilon) / 12), with pitch = 69 + 12 log2(f / 440). The
+// epsilon is for a C whose pitch was rounded down: without it, that C would be nearly 12 semitones above the C before.
 double position_in_octave(double frequency)
 {
     const double pitch = 69.0 + 12.0 * std::log2(frequency / 440.0);

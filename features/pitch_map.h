@@ -14,8 +14,9 @@ struct pitch_map {
 };
 
 /// Maps the bins between two frequencies, both exclusive; A is 440 Hz.
-/// The pitch classes that lie just below some bin are the bands, in ascending order. A class that doesn't, in a range
-/// narrower than an octave, has no band: its share goes to the next higher band, or to one more band above the last.
+/// Each pitch class that is the lower semitone of some bin has a band; the bands are in ascending order. A range
+/// narrower than an octave leaves classes without a band: what belongs to such a class goes to the next higher band, or
+/// to one more band above the last.
 /// @throws tavel::error "min/max_elem called for empty vector \n" where no bin lies between them
 /// Pitch class profile: T. Fujishima, "Realtime chord recognition of musical sound", Proc. ICMC 1999.
 pitch_map build_pitch_map(int transform_size, double sr, double f_low, double f_high);

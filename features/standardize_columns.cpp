@@ -8,7 +8,8 @@ namespace veloria {
 
 namespace {
 
-// The sum of a centered column is only nearly 0: what rounding left of it is taken off the variance.
+// sqrt((sum of squares - sum^2 / n) / (n - 1)). The sum of a centered column is 0 but for rounding, whose part is taken
+// off.
 double deviation_of_centered(const double* column, int rows)
 {
     double sum = 0.0;

@@ -4,9 +4,8 @@
 
 namespace libfft {
 
-/// Transform of 2 to 5 real values, in place: that of complex values without
-/// imaginary parts. The results are in halfcomplex order: bin 0, then real and
-/// imaginary part in turn.
+/// Transform of 2 to 5 real values, in place: that of complex values without imaginary parts. The results are in
+/// halfcomplex order: bin 0, then real and imaginary part in turn.
 template <int RADIX, class T>
 void forward_first(T (&x)[RADIX])
 {
@@ -34,8 +33,8 @@ void inverse_first(T (&x)[RADIX])
         x[j] = z[j].imag;
 }
 
-/// The last column of an even number: bins half way between those of the first
-/// column, real and imaginary part in turn.
+/// The last column of an even number: bins half way between those of the first column, real and imaginary part in
+/// turn.
 template <class T>
 void forward_last(T (&x)[2])
 {

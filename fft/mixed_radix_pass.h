@@ -35,8 +35,8 @@ void store_pair(const complex_value<T>& value, T* values)
 }
 
 /// The factors of a size in the order of the passes: by trial division by the first tries, then by 7, 9, 11 and so on.
-/// A late 2 goes to the front: so, of the passes of a real transform, only those of 2 and 4 meet an even number of
-/// columns.
+/// A 2 goes to the front of what was found. So, of the passes of a real transform, only those by 2 and 4 meet an even
+/// number of columns.
 inline std::vector<int> factorize(int size, const std::array<int, 4>& first_tries)
 {
     std::vector<int> factors;

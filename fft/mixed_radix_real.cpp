@@ -60,7 +60,7 @@ void fill_twiddles(const std::vector<int>& factors, ptrdiff_t size, T* table)
 // The two columns that hold real values: bin 0 and, with an even number of columns, the Nyquist frequency.
 enum class edge { first, last };
 
-// Where value h that comes of an edge column belongs in the spectrum of its block, which is in halfcomplex order again.
+// The place of value h, made from an edge column, in the spectrum of its block, which is in halfcomplex order again.
 // Of the first column: bin 0 at 0, then the real part of bin m at 2 m columns - 1, its imaginary part at 2 m columns.
 // Of the last column: the real part of bin m at (2 m + 1) columns - 1, its imaginary part at (2 m + 1) columns.
 template <edge EDGE>

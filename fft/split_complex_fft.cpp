@@ -106,9 +106,9 @@ split_complex<T> swap_parts(split_complex<T> split)
     return {split.imag, split.real};
 }
 
-// Goes between the spectrum of `count` complex values and twice that of the 2 * count real ones they are made of, in
-// place and in pairs of the bins k and count - k: `front` is bin 0, `back` is bin `count`. The direction turns the
-// sense of the twiddles.
+// Makes of the spectrum of `count` complex values twice that of the 2 * count real ones that they hold, or goes back,
+// in place and by pairs of the bins k and count - k: `front` is bin 0, `back` is bin `count`. The direction is the sign
+// of the angles.
 template <class T>
 void combine_pairs(T* __restrict front_real, T* __restrict front_imag, T* __restrict back_real, T* __restrict back_imag,
                    const T* __restrict cosines, const T* __restrict sines, ptrdiff_t count, T direction)

@@ -26,7 +26,7 @@ public:
 
     /// Transform of `length` real values, the even ones in `data.real` and the odd ones in `data.imag`. The spectrum
     /// has bin k at index k, with the value at the Nyquist frequency in the imaginary part of bin 0.
-    /// Forward gives twice the plain sum; inverse turns a plain spectrum into the length times the signal.
+    /// Forward gives twice the plain sum; inverse, of a plain spectrum, gives the signal times the length.
     /// @param scratch   length / 2 complex values, as `data` has; overwritten
     /// @param direction 1 forward, -1 inverse
     void transform_real(split_complex<T> data, split_complex<T> scratch, int direction) const noexcept;

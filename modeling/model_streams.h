@@ -8,8 +8,8 @@
 
 namespace veloria {
 
-/// From feature streams to modeled streams, with a row for each moment: each time of the grid that has a frame of its
-/// own.
+/// Sums up feature streams into modeled streams, which have a row for each moment. A moment is a time of the grid that
+/// has a frame of its own.
 /// @param features     one stream or more, standardized, frames by features
 /// @param sr           sample rate of the sound in Hz
 /// @param frame_slice  center samples of the frames

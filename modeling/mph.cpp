@@ -18,7 +18,7 @@ constexpr double probe_weights[probe_count] = {25.0, 18.0, 14.0, 10.0};
 // Share of the rank table in the work of a stream; the rows take the rest.
 constexpr double rank_share = 0.18;
 
-// The largest features of each frame, best first: a column of feature indices per frame.
+// The numbers of the largest features of each frame, largest first: a column per frame.
 tavel::Matrix<int> rank_features(const tavel::Matrix<double>& stream, const progress_record& progress)
 {
     tavel::Matrix<int> ranks(probe_count, stream.rows);

@@ -15,8 +15,8 @@ namespace {
 // Below this, principal axes mean nothing.
 constexpr int least_rows_to_reduce = 4;
 
-// The threshold is 0.0 * largest |mean|: 0 if all means are finite, NaN if one is infinite. |mean| >= 0 keeps every
-// column but those with a NaN. |mean| >= NaN keeps none, and then all columns stay.
+// Keeps the columns with |mean| >= 0.0 * largest |mean|. The right side is 0 if all means are finite: only columns
+// whose mean is NaN go. It is NaN if a mean is infinite: no column passes, and then all of them stay.
 void screen_columns(tavel::Matrix<double>& stream)
 {
     if (stream.columns == 0)
@@ -95,8 +95,8 @@ private:
     tavel::Vector<double> work;
 };
 
-// Component numbers by descending variance, higher numbers first among equal ones. `variances` is put into that order:
-// the singular values come sorted, so that only equal values change places and it can be done in place.
+// Component numbers by descending variance, higher numbers first among equal ones. `variances` is put into that order.
+// That is possible in place: the singular values come sorted, so that only equal variances change places.
 tavel::Vector<int> order_components(tavel::Vector<double>& variances)
 {
     tavel::Vector<double> ascending;
@@ -129,7 +129,7 @@ tavel::Vector<int> select_components(const tavel::Vector<double>& variances)
 }
 
 // Where there are more rows than columns, the left singular vectors of X = Q R are Q times those of R: a square of
-// columns by columns is decomposed instead of one of rows by rows, and the components kept alone are brought back.
+// columns by columns is decomposed instead of one of rows by rows, and only the components kept are multiplied by Q.
 void reduce_stream(tavel::Matrix<double>& stream)
 {
     screen_columns(stream);

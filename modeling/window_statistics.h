@@ -7,6 +7,8 @@ namespace veloria {
 
 /// Mean, and if asked variance, of each feature over the window of each moment.
 /// @param stream         frames by features
+/// @param modeling_frames width of the window, as modeling_window_frames() gives it
+/// @param frame_centers  the frame of each moment
 /// @param modeled        sized here: a row per moment; a column of means per feature, then one of variances.
 ///                       A variance is the one that divides by the count of the frames. Both are NaN where a window
 ///                       has no frames.

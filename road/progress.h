@@ -32,7 +32,7 @@ struct progress_record {
         return {sink, offset + range * from, range * share, range * share};
     }
 
-    /// The same piece for who counts in units of which there are `total`.
+    /// The same piece for a stage whose work is `total` units.
     progress_record counting(double total) const { return {sink, offset, range, range / total}; }
 };
 

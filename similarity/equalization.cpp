@@ -10,11 +10,13 @@ namespace {
 
 constexpr int last_bin = bin_count - 1;
 
-// x / width, computed as one product, is wrong by some 1e-16 of itself in either direction. Estimated a little too low
-// on purpose, it leads to the right place or the one below; one comparison with the exact border then decides.
+// x / width is estimated by x * (underestimate / width). The product is wrong by some 1e-16 of itself in either
+// direction; the factor keeps it below the true quotient. So it leads to the right bin or to the one below, and one
+// comparison with the exact border decides.
 constexpr double underestimate = 1.0 - 1e-12;
 
-// Whole numbers stay doubles, of which two lie side by side in a register. Adding 2^52 leaves no room for a fraction.
+// The nearest whole number, for 0 <= x < 2^51: x + 2^52 has no bits left for a fraction. It stays a double, of which a
+// register holds two.
 double nearest(double x)
 {
     constexpr double no_fraction = 0x1p52;
@@ -47,6 +49,7 @@ void find_lower_centers(const double* distances, int count, double scale, double
         lower[i] = low + (x >= (low + 1.0) * width ? 1.0 : 0.0);
     }
 }
+
 // Linear interpolation between the values at the center below each distance and at the one above, in place. It computes
 // all cases and selects one instead of branching, so that the loop vectorizes.
 void interpolate(double* __restrict distances, int count, double scale, double width, const double* __restrict lower,
@@ -99,10 +102,10 @@ std::array<double, bin_count> distance_histogram::counts() const
     return sums;
 }
 
-distance_mapping::distance_mapping(const distance_bins& centers, const std::array<double, bin_count>& centre_values)
+distance_mapping::distance_mapping(const distance_bins& centers, const std::array<double, bin_count>& center_values)
     : bins(centers)
 {
-    std::copy(centre_values.begin(), centre_values.end(), values.begin());
+    std::copy(center_values.begin(), center_values.end(), values.begin());
     values.back() = values[last_bin];
 }
 

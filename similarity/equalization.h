@@ -19,7 +19,8 @@ struct distance_bins {
     explicit distance_bins(double largest);
 };
 
-/// Counts how many distances fall in each bin. A distance on a border belongs to the bin below it, a NaN to no bin.
+/// Counts how many distances fall in each bin. A distance half way between two centers belongs to the lower bin, a NaN
+/// to none.
 class distance_histogram {
 public:
     void add(const double* distances, int count, const distance_bins& bins);
@@ -45,7 +46,7 @@ public:
 private:
     static constexpr int block = 64;
     distance_bins bins;
-    std::array<double, bin_count + 1> values; // the last one is read, but never used
+    std::array<double, bin_count + 1> values; // one more than there are centers: it is loaded, but never used
     std::array<double, block> largest_values{};
 };
 

@@ -5,8 +5,8 @@
 
 namespace veloria {
 
-/// Euclidean distances of all pairs of rows of a stream. Reports the pairs done for each row, in ascending order
-/// of the rows and for up to 64 of them together.
+/// Euclidean distances of all pairs of rows of a stream. Reports for each row, in ascending order, how many pairs are
+/// done up to it; up to 64 reports come one right after the other.
 /// @param stream   n by any number of components
 /// @param distance n by n; cell (i, j) with j < i becomes the distance of rows i and j, other cells stay
 /// @return the largest distance, at least 0.0; NaN are passed over

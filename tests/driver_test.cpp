@@ -1,4 +1,4 @@
-// The main line: the shares of the bar, the grid of window centres, the numeric environment, cancels.
+// The main line: the shares of the bar, the grid of window centers, the numeric environment, cancels.
 #include "veloria/analysis_driver.h"
 
 #include <gmock/gmock.h>
@@ -27,7 +27,7 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 struct grid_case {
     double duration, step;
-    std::vector<double> centres;
+    std::vector<double> centers;
 };
 
 TEST(TimeGrid, StandsOneStepFromBothEnds)
@@ -39,13 +39,13 @@ TEST(TimeGrid, StandsOneStepFromBothEnds)
     };
     for (const grid_case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.duration << " by " << c.step);
-        EXPECT_EQ(veloria::time_grid(c.duration, c.step), c.centres);
+        EXPECT_EQ(veloria::time_grid(c.duration, c.step), c.centers);
     }
     // (1.1 - 0.1) / 0.1 is a little below 10; the tolerance makes it 10
     EXPECT_EQ(veloria::time_grid(1.2, 0.1).size(), 11U);
 }
 
-TEST(TimeGrid, ClosesInOnItsLastCentre)
+TEST(TimeGrid, ClosesInOnItsLastCenter)
 {
     const std::vector<double> grid = veloria::time_grid(100.0, 0.1);
     ASSERT_EQ(grid.size(), 999U);
@@ -205,7 +205,7 @@ TEST(AnalysisDriver, SizesThePictureByTheLengthOfTheSound)
     struct length_case {
         int frames, n;
     };
-    // the first centre, 0.2 s, is frame 6, which ends with the sample 2644; another needs more than 0.6 s
+    // the first center, 0.2 s, is frame 6, which ends with the sample 2644; another needs more than 0.6 s
     constexpr length_case cases[] = {{0, 0},    {1, 0},    {880, 0},  {2644, 0},   {2645, 1},
                                      {4410, 1}, {6615, 1}, {6616, 2}, {110250, 49}};
     for (const length_case& c : cases) {

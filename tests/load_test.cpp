@@ -1,5 +1,5 @@
 // Many jobs at once, many in turn, and hosts that meddle with what a job could depend on: the files must be those of
-// jobs that run alone, and nothing may stay behind. LOAD_JOBS and SOAK_JOBS in the environment tell how many.
+// jobs that run alone, and nothing may stay behind. LOAD_JOBS and SOAK_JOBS in the environment set how many.
 #include <gtest/gtest.h>
 
 #include <malloc.h>

@@ -61,7 +61,7 @@ std::vector<double> resample(Resampler resampler, const std::vector<double>& sam
     return out;
 }
 
-// The lowpass at `x` steps of the coarser grid from its centre.
+// The lowpass at `x` steps of the coarser grid from its center.
 double windowed_lowpass(double x)
 {
     if (x == 0.0 || std::abs(x) > 10.0)

@@ -10,9 +10,9 @@ namespace veloria {
 
 namespace {
 
-// What a selection of features costs, all in one arbitrary unit.
+// What a selection of features costs, in a unit that all stages share.
 struct selection_cost {
-    double features;
+    double features; // to extract
     double modeling_factor;
     int columns;     // of all feature streams together
     int mph_columns; // of all modeled streams together
@@ -28,7 +28,7 @@ constexpr std::array<selection_cost, 3> selection_costs{{
 struct kind_cost {
     double modeling_factor;
     double reduction_factor;
-    int widening; // modeled columns per feature column; 0: the selection's own number for mph
+    int widening; // modeled columns for each column of features; 0 where mph_columns has their number
 };
 
 constexpr std::array<kind_cost, 4> kind_costs{{

@@ -7,8 +7,7 @@
 
 namespace veloria {
 
-/// The piece of the progress bar that each stage works on, one behind the other. The last hundredth of the bar is the
-/// writer's.
+/// The piece of the progress bar of each stage, one after the other. The last hundredth of the bar is the writer's.
 struct stage_pieces {
     progress_record load, features, modeling, reduction, distances;
 };

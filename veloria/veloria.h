@@ -46,7 +46,7 @@ enum process_state : int {
     process_finished = 1,  ///< the file is complete
     process_canceling = 2, ///< the worker still runs and was asked to stop
     process_canceled = 3,  ///< the worker ended after it was asked to stop
-    process_failed = 4     ///< the worker ended with an error; getErrorMessage() tells which
+    process_failed = 4     ///< the worker ended with an error; getErrorMessage() gives it
 };
 
 /// A job. What is in it is the library's own.

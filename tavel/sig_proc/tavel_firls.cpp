@@ -184,9 +184,9 @@ Vector<double> half_cosine_primitive(const band& s, double edge, int count)
     return values;
 }
 
-// Inner products of the basis functions over the bands. With T(n) the integral of cos(2 pi n f) / 2 over the bands,
-// that of two cosines is T(r - c) + T(r + c), that of two sines T(r - c) - T(r + c), r and c being their values of k.
-// Sums and differences of two k are whole numbers, so T is a table.
+// Inner products of the basis functions over the bands. Let T(n) be the integral of cos(2 pi n f) / 2 over the bands.
+// For the values r and c of k, the product of two cosines is T(r - c) + T(r + c), that of two sines T(r - c) - T(r +
+// c). Sums and differences of two k are whole numbers, so that T is a table.
 Matrix<double> gram_matrix(const std::vector<band>& bands, const Vector<double>& k, bool even)
 {
     const auto whole = [](double n) { return static_cast<int>(std::abs(n)); };
