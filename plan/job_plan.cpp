@@ -10,28 +10,20 @@
 #include <vector>
 
 #include "audio/resampler.h"
+#include "features/framing.h"
 #include "features/mel_cepstrum.h"
 #include "features/octave_bands.h"
 #include "modeling/frame_grid.h"
 #include "modeling/time_grid.h"
+#include "road/settings.h"
 #include "tavel/slice.h"
 
 namespace plan {
 
 namespace {
 
-constexpr int analysis_rate_hz = 11025;
+constexpr int analysis_rate_hz = static_cast<int>(veloria::analysis_rate);
 constexpr double cell_bytes = sizeof(double);
-
-// How the frames of the analysis lie on the sound, in samples.
-struct framing {
-    int window, hop;
-};
-
-framing framing_of(veloria::features_type features)
-{
-    return features == veloria::timbre ? framing{441, 147} : framing{882, 294};
-}
 
 double samples_of(const sound_shape& sound)
 {
@@ -40,16 +32,15 @@ double samples_of(const sound_shape& sound)
     return std::ceil(up * static_cast<double>(sound.frames) / (sound.rate_hz / divisor));
 }
 
-tavel::Slice<int> frames_of(double samples, const framing& layout)
+tavel::Slice<int> frames_of(double samples, const veloria::framing& layout)
 {
     constexpr double most = std::numeric_limits<int>::max(); // longer sounds are refused
-    const int half = (layout.window - 1) / 2;
-    return {half, static_cast<int>(std::min(samples, most)) - 1 - half, layout.hop};
+    return {layout.half(), static_cast<int>(std::min(samples, most)) - 1 - layout.half(), layout.hop};
 }
 
 std::int64_t moments_of(const tavel::Slice<int>& frames, double duration, double step)
 {
-    // A finer grid takes too long for a look. It has a centre at nearly every frame.
+    // A finer grid takes too long for a look. It has a center at nearly every frame.
     constexpr double finest_grid = 1.0e7;
     if (duration / step > finest_grid)
         return frames.count;
@@ -119,7 +110,8 @@ job_plan plan_job(const sound_shape& sound, veloria::features_type features, vel
                   double step_seconds)
 {
     const double samples = samples_of(sound);
-    const tavel::Slice<int> frames = frames_of(samples, framing_of(features));
+    const auto layout = veloria::framing_of(static_cast<veloria::feature_selection>(features));
+    const tavel::Slice<int> frames = frames_of(samples, layout);
     const std::int64_t moments = moments_of(frames, sound.seconds(), step_seconds);
 
     const double n = static_cast<double>(moments);
