@@ -1,12 +1,11 @@
 #!/usr/bin/env python3
-"""Makes a small archive of sounds to try the workflow on: make_sounds.py FOLDER [COUNT [LONGEST]]
+"""Makes an archive of sounds to try the workflow on: make_sounds.py FOLDER [COUNT [LONGEST [BAD]]]
 
 COUNT sounds (200) of 3 to LONGEST (30) seconds of different kinds and formats, in folders, some with odd names, and
-among them five that can't be analysed. The same call makes the same bytes.
+among them BAD (5, the least) that can't be analysed. The same call makes the same bytes.
 """
 
 import array
-import itertools
 import math
 import os
 import random
@@ -77,6 +76,7 @@ def au(samples, rate):
 
 
 KINDS = [tones, noise, sweep, clicks, silence]
+NEW_SOUNDS = 200  # further ones are those again, begun elsewhere
 FORMATS = [("wav", wav), ("aiff", aiff), ("au", au), ("WAV", float_wav)]
 
 
@@ -87,7 +87,7 @@ def write(root, name, data):
         file.write(data)
 
 
-def write_bad_ones(root):
+def write_bad_ones(root, count):
     whole = wav([0.0] * 8000, 8000)
     write(root, "bad/empty.wav", b"")
     write(root, "bad/a text.wav", b"This is a text, whatever its name says.\n" * 20)
@@ -97,23 +97,30 @@ def write_bad_ones(root):
     link = os.path.join(root, "bad/leads nowhere.wav")
     if not os.path.islink(link):
         os.symlink("nothing.wav", link)
-
-
-def make_sounds(root, count=200, longest=30):
-    names = itertools.chain(ODD_NAMES, (f"sound {i:03}" for i in itertools.count()))
-    same_name = None
     for i in range(count - 5):
-        rng = random.Random(i)
-        rate = (11025, 8000, 22050, 16000)[i % 4]
-        samples = KINDS[i % 5](rng, rate, int(rate * rng.uniform(min(3, longest), longest)))
-        ending, encode = FORMATS[i % 4]
-        # Every other one shares its name with the one before, and differs in the ending alone.
-        same_name = next(names) if i % 2 == 0 else same_name
-        write(root, f"disc {i // 40}/{same_name}.{ending}", encode(samples, rate))
-    write_bad_ones(root)
+        write(root, f"bad/more {i}.wav", whole[: i % 40])
+
+
+def name_of(i):
+    """Every other one shares its name with the one before, and differs in the ending alone."""
+    half = i // 2
+    return ODD_NAMES[half] if half < len(ODD_NAMES) else f"sound {half - len(ODD_NAMES):03}"
+
+
+def make_sounds(root, count=200, longest=30, bad=5):
+    good = count - bad
+    for first in range(min(good, NEW_SOUNDS)):
+        rng = random.Random(first)
+        rate = (11025, 8000, 22050, 16000)[first % 4]
+        samples = KINDS[first % 5](rng, rate, int(rate * rng.uniform(min(3, longest), longest)))
+        ending, encode = FORMATS[first % 4]
+        for i in range(first, good, NEW_SOUNDS):
+            begin = (i // NEW_SOUNDS * rate // 20) % len(samples)
+            write(root, f"disc {i // 40}/{name_of(i)}.{ending}", encode(samples[begin:] + samples[:begin], rate))
+    write_bad_ones(root, bad)
 
 
 if __name__ == "__main__":
-    if not 2 <= len(sys.argv) <= 4:
+    if not 2 <= len(sys.argv) <= 5:
         sys.exit(__doc__)
     make_sounds(sys.argv[1], *map(int, sys.argv[2:]))

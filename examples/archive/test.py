@@ -24,7 +24,7 @@ import make_sounds  # noqa: E402
 STAND_IN = """#!/bin/sh
 here={here}
 case "$*" in
-*/slow.wav*) if [ -e $here/stall ]; then touch $here/stalled; exec sleep 60; fi ;;
+*/slow.wav*) if [ -e $here/stall ]; then touch $here/stalled; exec sleep 600; fi ;;
 */crash.wav*) if [ -e $here/crash ]; then kill -KILL $$; fi ;;
 */memory.wav*) if [ -e $here/crash ]; then echo 'Out of memory. Details' >&2; exit 1; fi ;;
 esac
@@ -38,7 +38,7 @@ def read(path):
 
 
 def wait_for(condition):
-    end = time.monotonic() + 20
+    end = time.monotonic() + 120
     while not condition():
         if time.monotonic() > end:
             raise AssertionError("waited in vain")
@@ -86,7 +86,7 @@ class Workflow(unittest.TestCase):
         )
 
     def run_workflow(self, *options, status=0, **more):
-        done = self.start("--cores", "2", *options, **more).wait(timeout=60)
+        done = self.start("--cores", "2", *options, **more).wait(timeout=300)
         self.log.seek(0)
         self.assertEqual(done, status, self.log.read())
 

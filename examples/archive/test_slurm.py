@@ -7,6 +7,7 @@ run, no record is lost and no job runs. --long takes 60 sounds, lets a job pass 
 meanwhile; it takes some minutes.
 """
 
+import ctypes
 import os
 import shutil
 import signal
@@ -30,6 +31,7 @@ SlurmctldPort={ports[0]}
 SlurmdPort={ports[1]}
 SlurmUser={user}
 SlurmdUser={user}
+SlurmdParameters=config_overrides
 AuthType=auth/munge
 AuthInfo=socket={folder}/munge/socket
 StateSaveLocation={folder}/state
@@ -52,18 +54,27 @@ SwitchType=switch/none
 MailProg=/bin/true
 ReturnToService=2
 KillWait=2
-NodeName={host} NodeAddr=127.0.0.1 CPUs={cpus} RealMemory={memory_mb} State=UNKNOWN
+NodeName={host} NodeAddr=127.0.0.1 CPUs=2 RealMemory=4000 State=UNKNOWN
 PartitionName=all Nodes=ALL Default=YES MaxTime=INFINITE State=UP
 """
 
-# Stands in front of marquen. One sound takes 700 MB in the first try of its job, which may take 600; one takes forever
-# once; and all take a moment, so that there is time to disturb them.
+# Stands in front of marquen. One sound takes 500 MB in the first try of its job, which may take 400; one takes forever,
+# once, in the second run; and while the file "hold" is there, all but five calls for good sounds wait: so there are jobs
+# to disturb, however fast the machine is.
 STAND_IN = """#!/bin/sh
-case "$*" in
-*/greedy.wav*"--max_memory 440MB"*) exec python3 -c 'x = b"x" * 700000000; import time; time.sleep(20)' ;;
-*/slow.wav*) if [ ! -e {here}/slow ]; then touch {here}/slow; exec sleep 600; fi ;;
-esac
-[ -z "$SLURM_JOB_ID" ] || sleep 0.2
+cd {here}
+if [ -n "$SLURM_JOB_ID" ]; then
+    case "$*" in
+    */bad/*) ;;
+    *) mktemp calls/XXXXXXXX >/dev/null
+       while [ -e hold ] && [ "$(ls calls | wc -l)" -gt 5 ]; do sleep 0.1; done ;;
+    esac
+    case "$*" in
+    */greedy.wav*"--max_memory 260MB"*) exec python3 -c 'x = b"x" * 500000000; import time; time.sleep(600)' ;;
+    */slow.wav*) if [ -e second ] && [ ! -e slow ]; then touch slow; exec sleep 600; fi ;;
+    esac
+fi
+cd "$OLDPWD"
 exec {marquen} "$@"
 """
 
@@ -82,51 +93,75 @@ def call(*command, **more):
     return subprocess.run(command, check=True, text=True, capture_output=True, **more).stdout
 
 
-def wait_for(condition, what, seconds=60):
+def wait_for(condition, what, seconds=300):
     end = time.monotonic() + seconds
     while not condition():
         assert time.monotonic() < end, f"waited in vain for {what}"
         time.sleep(0.1)
 
 
+def end_with_parent():
+    """Lets the kernel end a child as soon as this process is gone, also by kill -9."""
+    ctypes.CDLL(None).prctl(1, signal.SIGTERM)  # PR_SET_PDEATHSIG
+
+
 class Cluster:
-    """A Slurm of one node, everything below a folder."""
+    """A Slurm of one node, everything below a folder, its daemons children of this process.
+
+    It promises two cores and 4 GB, whatever the machine has.
+    """
 
     def __init__(self, folder):
         self.folder = folder
+        self.daemons = {}
+
+    def __enter__(self):
         for name in ("state", "spool", "munge"):
-            os.makedirs(os.path.join(folder, name), mode=0o755)
-        with open(f"{folder}/munge/key", "wb", opener=lambda path, flags: os.open(path, flags, 0o600)) as key:
+            os.makedirs(os.path.join(self.folder, name), mode=0o755)
+        with open(f"{self.folder}/munge/key", "wb", opener=lambda path, flags: os.open(path, flags, 0o600)) as key:
             key.write(os.urandom(128))
-        memory_mb = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") * 9 // 10 // 2**20
-        host = socket.gethostname().split(".")[0]
-        facts = {"host": host, "ports": free_ports(2), "user": call("id", "-un").strip(), "cpus": os.cpu_count()}
-        with open(f"{folder}/slurm.conf", "w") as file:
-            file.write(CONFIGURATION.format(folder=folder, memory_mb=memory_mb, **facts))
-        os.environ["SLURM_CONF"] = f"{folder}/slurm.conf"
-        files = [f"--{name}-file={folder}/munge/{name}" for name in ("key", "pid", "log", "seed")]
-        call("munged", *files, f"--socket={folder}/munge/socket")
-        self.start_scheduler()
-        call("slurmd", "-c")
-        wait_for(lambda: call("sinfo", "-h", "-o", "%T").strip() == "idle", "the node")
+        facts = {"host": socket.gethostname().split(".")[0], "ports": free_ports(2), "user": call("id", "-un").strip()}
+        with open(f"{self.folder}/slurm.conf", "w") as file:
+            file.write(CONFIGURATION.format(folder=self.folder, **facts))
+        os.environ["SLURM_CONF"] = f"{self.folder}/slurm.conf"
+        try:
+            files = [f"--{name}-file={self.folder}/munge/{name}" for name in ("key", "pid", "log", "seed")]
+            self.start("munged", "--foreground", "--force", *files, f"--socket={self.folder}/munge/socket")
+            wait_for(lambda: os.path.exists(f"{self.folder}/munge/socket"), "munged")
+            self.start_scheduler()
+            self.start("slurmd", "-D", "-c")
+            wait_for(lambda: call("sinfo", "-h", "-o", "%T").strip() == "idle", "the node")
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def start(self, *command):
+        with open(f"{self.folder}/{command[0]}.out", "a") as out:
+            daemon = subprocess.Popen(command, stdout=out, stderr=out, preexec_fn=end_with_parent)
+        self.daemons[command[0]] = daemon
 
     def start_scheduler(self):
-        call("slurmctld")
+        self.start("slurmctld", "-D")
         wait_for(lambda: subprocess.run(["sinfo"], capture_output=True).returncode == 0, "the scheduler")
 
-    def stop(self, daemon):
-        with open(f"{self.folder}/{daemon}") as file:
-            process = int(file.read())
-        os.kill(process, signal.SIGTERM)
-        wait_for(lambda: not os.path.exists(f"/proc/{process}"), daemon)
+    def stop(self, name):
+        daemon = self.daemons.pop(name)
+        daemon.terminate()
+        try:
+            daemon.wait(timeout=60)
+        except subprocess.TimeoutExpired:
+            daemon.kill()
+            daemon.wait()
 
     def jobs(self):
         return call("squeue", "-h", "-o", "%i").split()
 
-    def close(self):
-        for daemon in ("slurmd.pid", "slurmctld.pid", "munge/pid"):
-            if os.path.exists(f"{self.folder}/{daemon}"):
-                self.stop(daemon)
+    def __exit__(self, *_):
+        if "slurmctld" in self.daemons:
+            subprocess.run(["scancel", "--name=gabarits"], capture_output=True, timeout=60)
+        for name in list(self.daemons)[::-1]:
+            self.stop(name)
 
 
 class Run:
@@ -134,12 +169,10 @@ class Run:
 
     def __init__(self, folder, is_long):
         self.sounds, self.out, stand_ins = f"{folder}/the sounds", f"{folder}/out", f"{folder}/bin"
-        make_sounds.make_sounds(self.sounds, 55 if is_long else 12, 3)  # five of them bad
-        for i in range(BAD - 5):
-            make_sounds.write(self.sounds, f"bad/more {i}.wav", b"RIFF")
+        make_sounds.make_sounds(self.sounds, 58 if is_long else 15, 3, BAD)
         for name in ["greedy.wav", "slow.wav"] if is_long else ["greedy.wav"]:
             shutil.copy(f"{self.sounds}/disc 0/two words.wav", f"{self.sounds}/{name}")
-        for path in (self.out, stand_ins):
+        for path in (self.out, stand_ins, f"{folder}/calls"):
             os.mkdir(path)
         with open(f"{stand_ins}/marquen", "w") as file:
             file.write(STAND_IN.format(here=folder, marquen=shutil.which("marquen")))
@@ -149,16 +182,31 @@ class Run:
 
     def start(self, *options):
         command = ["snakemake", "--snakefile", f"{HERE}/Snakefile", "--profile", f"{HERE}/profiles/slurm"]
-        command += ["--directory", self.out, *options, "--config", f"sounds={self.sounds}", "pack_minutes=0.01"]
-        command += ["mem_mb=600", "runtime=1"]
-        return subprocess.Popen(command, env=self.environment, stdout=self.log, stderr=subprocess.STDOUT)
+        command += ["--directory", self.out, *options, "--config", f"sounds={self.sounds}", "pack_minutes=0.001"]
+        command += ["mem_mb=400", "runtime=1"]
+        return subprocess.Popen(
+            command, env=self.environment, stdout=self.log, stderr=subprocess.STDOUT, preexec_fn=end_with_parent
+        )
 
     def finish(self):
         """Whether the workflow came to its end with all sounds recorded."""
-        return self.start().wait(timeout=600) == 0
+        return self.start().wait(timeout=900) == 0
 
     def records(self):
         return [name for _, _, names in os.walk(f"{self.out}/records") for name in names]
+
+    def processes(self):
+        """What runs on these results."""
+        found = []
+        for process in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open(f"/proc/{process}/cmdline", "rb") as file:
+                    command = file.read()
+            except OSError:  # gone meanwhile
+                continue
+            if os.fsencode(self.out) in command or os.fsencode(self.sounds) in command:
+                found.append(process)
+        return found
 
     def compare_with_plain(self, folder):
         """Analyses each sound by itself and compares the bytes; returns how many were done and refused."""
@@ -183,49 +231,55 @@ def main(folder, is_long):
     def tell(text):
         print(f"{time.monotonic() - begin:5.0f} s  {text}", flush=True)
 
-    cluster = Cluster(f"{folder}/cluster")
-    try:
+    def set_flag(name):
+        open(f"{folder}/{name}", "w").close()
+
+    with Cluster(f"{folder}/cluster") as cluster:
         run = Run(folder, is_long)
-        tell("the cluster is up")
-        first = run.start()
-        wait_for(lambda: len(run.records()) > BAD, "records")
-        first.kill()  # as kill -9
-        first.wait()
-        tell(f"Snakemake killed; {len(run.records())} records, {len(cluster.jobs())} jobs left behind")
-        call("scancel", "--name=gabarits")
-        run.start("--unlock").wait()
-        second = run.start()
-        wait_for(lambda: len(cluster.jobs()) >= 2, "two jobs")
-        canceled = cluster.jobs()[::3]
-        call("scancel", *canceled)
-        tell(f"{len(canceled)} of {len(cluster.jobs())} jobs canceled")
-        if is_long:
-            cluster.stop("slurmctld.pid")
-            time.sleep(5)
-            cluster.start_scheduler()
-            tell("scheduler stopped and started")
-        status = second.wait(timeout=600)
-        tell(f"ended with status {status}, {len(run.records())} records")
-        assert status == 0 or run.finish(), "sounds were left over"
-        plain = f"{folder}/plain"
-        os.mkdir(plain)
-        done, refused = run.compare_with_plain(plain)
-        assert refused == BAD, refused
-        wait_for(lambda: not cluster.jobs(), "an empty queue")
-        with open(f"{cluster.folder}/slurmd.log") as file:
-            ends = file.read()
-        assert "exceeded memory limit" in ends
-        assert not is_long or "DUE TO TIME LIMIT" in ends
-        tell(f"{done} done as by plain runs, {refused} refused, nothing runs")
-    except BaseException:
-        run.log.seek(0)
-        print(run.log.read()[-5000:])
-        raise
-    finally:
-        cluster.close()
+        try:
+            tell("the cluster is up")
+            set_flag("hold")
+            first = run.start()
+            wait_for(lambda: len(run.records()) >= 3, "records")
+            first.kill()  # as kill -9
+            first.wait()
+            tell(f"Snakemake killed; {len(run.records())} records, {len(cluster.jobs())} jobs left behind")
+            call("scancel", "--name=gabarits")
+            wait_for(lambda: not cluster.jobs(), "an empty queue")
+            run.start("--unlock").wait()
+            set_flag("second")
+            second = run.start()
+            wait_for(lambda: len(cluster.jobs()) >= 3, "three jobs")
+            there = cluster.jobs()
+            subprocess.run(["scancel", *there[::3]])  # not checked: one may have ended meanwhile
+            tell(f"{len(there[::3])} of {len(there)} jobs canceled")
+            if is_long:
+                cluster.stop("slurmctld")
+                time.sleep(5)
+                cluster.start_scheduler()
+                tell("scheduler stopped and started")
+            os.remove(f"{folder}/hold")
+            status = second.wait(timeout=900)
+            tell(f"ended with status {status}, {len(run.records())} records")
+            assert status == 0 or run.finish(), "sounds were left over"
+            plain = f"{folder}/plain"
+            os.mkdir(plain)
+            done, refused = run.compare_with_plain(plain)
+            assert refused == BAD, refused
+            wait_for(lambda: not cluster.jobs() and not run.processes(), "the end of all jobs")
+            with open(f"{cluster.folder}/slurmd.log") as file:
+                ends = file.read()
+            assert "exceeded memory limit" in ends
+            assert not is_long or "DUE TO TIME LIMIT" in ends
+            tell(f"{done} done as by plain runs, {refused} refused, nothing runs")
+        except BaseException:
+            run.log.seek(0)
+            print(run.log.read()[-5000:])
+            raise
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended by SIGTERM"))
     with tempfile.TemporaryDirectory() as root:
         os.chmod(root, 0o755)
         main(root, sys.argv[1:] == ["--long"])
