@@ -143,8 +143,9 @@ TEST_F(CFaults, MakeACodeAndATextOfWhatTheSystemRefuses)
                  {fault::bad_read, "readsnd::FileObj::read error \n"},
                  {fault::file_open, "Error opening file '/proc/self/fd/"},
                  {fault::file_write, "error writing file '/proc/self/fd/"}};
-    for (const auto& [what, text] : cases)
-        for (const sound& analyzed : sounds) {
+    for (const sound& analyzed : sounds) {
+        const child_end undisturbed = run_with(analyzed, {fault::allocation, -2});
+        for (const auto& [what, text] : cases) {
             SCOPED_TRACE(text);
             const child_end end = run_with(analyzed, {what, 0, true, ENOSPC});
             EXPECT_GT(end.hits, 0);
@@ -152,7 +153,10 @@ TEST_F(CFaults, MakeACodeAndATextOfWhatTheSystemRefuses)
             EXPECT_EQ(left.code, VELORIA_FAILED);
             EXPECT_TRUE(std::string(left.text).starts_with(text)) << left.text;
             EXPECT_EQ(left.clean.n, 5U);
+            EXPECT_EQ(end.blocks, undisturbed.blocks);
+            EXPECT_EQ(end.descriptors, undisturbed.descriptors);
         }
+    }
 }
 
 } // namespace
