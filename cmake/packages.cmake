@@ -92,7 +92,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${package_runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "shows the musical structure of a sound - library
 It measures how alike every moment of a sound is to every other moment, by
-sound colour, harmony or both, and writes the result as a gabarit: an SDIF
+sound color, harmony or both, and writes the result as a gabarit: an SDIF
 file that shows as a square picture in which repeats are stripes and sections
 are blocks.")
 
@@ -122,7 +122,7 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${package_runtime} (>= ${package_version})")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "shows the musical structure of a sound - programs
 marquen measures how alike every moment of a sound is to every other moment,
-by sound colour, harmony or both, and writes the result as a gabarit: an SDIF
+by sound color, harmony or both, and writes the result as a gabarit: an SDIF
 file that shows as a square picture in which repeats are stripes and sections
 are blocks.
 

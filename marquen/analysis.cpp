@@ -41,7 +41,7 @@ bool goes_on(veloria::process_state state)
 
 } // namespace
 
-analysis_end analyse(const job& one, const options& chosen, progress& shown)
+analysis_end analyze(const job& one, const options& chosen, progress& shown)
 {
     constexpr std::chrono::milliseconds poll_interval(5), patience(700);
     job_handle handle = start(one, chosen);
@@ -59,7 +59,7 @@ analysis_end analyse(const job& one, const options& chosen, progress& shown)
             veloria::cancel(work, false);
             canceled_at = clock::now();
         }
-        shown.show("analysing", veloria::getPosition(work) / veloria::getMaxPosition(work));
+        shown.show("analyzing", veloria::getPosition(work) / veloria::getMaxPosition(work));
         std::this_thread::sleep_for(poll_interval);
     }
 }

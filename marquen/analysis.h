@@ -13,8 +13,8 @@ struct analysis_end {
     std::string message;          ///< of a job that didn't finish, as the library stored it
 };
 
-/// Analyses a sound. A wish to stop cancels; where nothing reports, as a pipe that stalls, the job is left to itself.
+/// Analyzes a sound. A wish to stop cancels; where nothing reports, as a pipe that stalls, the job is left to itself.
 /// @throws failure what veloria::process() throws
-analysis_end analyse(const job& one, const options& chosen, progress& shown);
+analysis_end analyze(const job& one, const options& chosen, progress& shown);
 
 } // namespace marquen

@@ -94,10 +94,10 @@ void write_page(const job& one, const options& chosen, const std::function<void(
 }
 
 // A whole gabarit stays, whatever becomes of what is made of it.
-summary::outcome analyse_and_draw(const job& one, const options& chosen, progress& shown, summary& done)
+summary::outcome analyze_and_draw(const job& one, const options& chosen, progress& shown, summary& done)
 {
     new_output gabarit(one.similarity);
-    const analysis_end end = analyse(one, chosen, shown);
+    const analysis_end end = analyze(one, chosen, shown);
     if (end.state == veloria::process_canceled)
         return summary::canceled;
     if (end.state != veloria::process_finished)
@@ -117,7 +117,7 @@ summary::outcome analyse_and_draw(const job& one, const options& chosen, progres
     return interrupt_watch::signal() == 0 ? summary::finished : summary::canceled;
 }
 
-// A sound that is shorter than it says is analysed as far as it goes.
+// A sound that is shorter than it says is analyzed as far as it goes.
 void check_length(const job& one, const plan::sound_shape& sound, summary& done)
 {
     done.length = measure_length(one.input, sound);
@@ -157,7 +157,7 @@ void run_stages(const job& one, const options& chosen, progress& shown, summary&
         return;
     }
     check_memory(*done.plan, chosen);
-    done.state = analyse_and_draw(readable, chosen, shown, done);
+    done.state = analyze_and_draw(readable, chosen, shown, done);
     describe_files(readable, chosen, done);
 }
 

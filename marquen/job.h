@@ -6,7 +6,7 @@
 
 namespace marquen {
 
-/// Does one job in this process: looks at the sound and at what the job takes, analyses, draws. Whatever the end, the
+/// Does one job in this process: looks at the sound and at what the job takes, analyzes, draws. Whatever the end, the
 /// outputs are new and whole or what they were.
 summary run_job(const job& one, const options& chosen, progress& shown);
 

@@ -19,7 +19,7 @@ struct sound_shape {
 /// Looks at the files of one sound before a job loads them.
 /// @return the shape of the first, which all others must have; nothing if a file can be read only once, as a pipe
 /// @throws std::runtime_error what hinders the job, with the file's name and what to do: a file that doesn't open,
-///         a length that is unknown or beyond what can be analysed, files that don't fit together
+///         a length that is unknown or beyond what can be analyzed, files that don't fit together
 std::optional<sound_shape> look_at_input(const std::vector<std::string>& paths);
 
 } // namespace plan

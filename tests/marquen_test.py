@@ -135,7 +135,7 @@ class Pictures(Shell):
         self.write("a.wav", wav(60))
         done = self.run_marquen("a.wav", "--progress", "json")
         reports = [json.loads(line) for line in done.stderr.splitlines()]
-        for stage in ("analysing", "drawing"):
+        for stage in ("analyzing", "drawing"):
             positions = [report["position"] for report in reports if report["stage"] == stage]
             self.assertEqual(positions, sorted(positions))
             self.assertTrue(positions)
