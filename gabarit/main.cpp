@@ -20,7 +20,7 @@ std::string list_versions()
 
 int main(int argc, char** argv)
 {
-    picture::prepare_for_signals();
+    picture::prepare_program();
     int status = 0;
     CLI::App program("Shows, checks and exports gabarits: files that hold how alike every moment of a sound is to "
                      "every other.",

@@ -33,7 +33,7 @@ int run_one(const marquen::options& chosen, marquen::progress& shown)
 
 int main(int argc, char** argv)
 {
-    picture::prepare_for_signals();
+    picture::prepare_program();
     const marquen::interrupt_watch watch;
     int status = 0;
     const std::optional<marquen::options> chosen = marquen::parse_options(argc, argv, status);

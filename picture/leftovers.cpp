@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace picture {
@@ -88,8 +89,11 @@ held_signals::~held_signals()
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
-void prepare_for_signals()
+void prepare_program()
 {
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+        if (fcntl(stream, F_GETFD) < 0)
+            open("/dev/null", O_RDONLY); // takes the lowest number; to write to it fails, as to a closed one
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction action = {};
         sigaction(signal, nullptr, &action);

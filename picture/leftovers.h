@@ -48,8 +48,10 @@ private:
     sigset_t before;
 };
 
-/// Prepares a program for signals: SIGINT, SIGTERM and SIGHUP undo all leftovers before they end it, unless they are
-/// ignored or handled already; SIGPIPE and SIGXFSZ don't end it, so that the write fails and its error is reported.
-void prepare_for_signals();
+/// Prepares a program at its start. Of the standard streams that are closed, each is held by an empty one: an output
+/// that took its number would get the program's messages. SIGINT, SIGTERM and SIGHUP undo all leftovers before they end
+/// it, unless they are ignored or handled already; SIGPIPE and SIGXFSZ don't end it, so that the write fails and its
+/// error is reported.
+void prepare_program();
 
 } // namespace picture

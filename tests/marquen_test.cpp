@@ -108,8 +108,8 @@ protected:
 
 TEST_F(Marquen, AnswersWrongUsageWithStatusTwo)
 {
-    const std::string wav = sound("a.wav", 11025, 22050), job = "--input " + wav + " --similarity " + gabarit,
-                      dangling = folder.path("link.png");
+    const std::string wav = sound("a.wav", 11025, 22050), odd = sound("a.png", 11025, 22050),
+                      job = "--input " + wav + " --similarity " + gabarit, dangling = folder.path("link.png");
     std::filesystem::create_symlink("out.sdif", dangling);
     struct usage {
         std::string arguments, text;
@@ -137,6 +137,7 @@ TEST_F(Marquen, AnswersWrongUsageWithStatusTwo)
         {job + " --jobs 0", "--jobs"},
         {job + " --picture out.jpg", "neither in .png"},
         {"--input " + wav + " --similarity " + folder.path("./a.wav"), "would be overwritten"},
+        {"--input " + odd + " --similarity " + gabarit + " --picture " + odd, "would be overwritten"},
         {job + ".png --picture " + folder.path("./out.sdif.png"), "the same file"},
         {job + " --picture " + dangling, "the same file"},
     };

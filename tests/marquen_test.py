@@ -165,6 +165,13 @@ class Nothing_is_lost(Shell):
         self.assertEqual((self.folder / "a.sdif").stat().st_mode & 0o777, 0o640)
         self.assertEqual(self.left(), {"a.wav", "a.sdif"})
 
+    def test_without_standard_streams(self):
+        for sounds in ("a.wav", "a.wav b.wav"):
+            self.write("b.wav", wav(4)[:RATE * 4])
+            script = f'"$0" -f --no-picture {sounds} <&- >&- 2>&-'
+            subprocess.run(["bash", "-c", script, MARQUEN], cwd=self.folder, check=True)
+            self.assertEqual((self.folder / "a.sdif").read_bytes()[:4], b"SDIF")
+
     def test_a_file_too_large(self):
         limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (9000, 9000))
         done = self.run_marquen(*self.command, "--force", preexec_fn=limit)

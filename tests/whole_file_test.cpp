@@ -178,7 +178,7 @@ TEST(WholeFile, LeavesNothingBehindASignal)
         write_file(folder.path("aside"), "old");
         const pid_t child = fork();
         if (child == 0) {
-            picture::prepare_for_signals();
+            picture::prepare_program();
             whole_file file(folder.path("x"), existing::refuse);
             const picture::file_set_aside old(folder.path("aside"));
             write_file(folder.path("aside"), "half");
