@@ -60,12 +60,12 @@ std::vector<float> random_spectra()
 // The mel bank bin by bin: each bin adds to the filters that it lies in, two at most.
 class mel_scatter {
 public:
-    explicit mel_scatter(const veloria::mel_filter_bank& bank) : entries_(bins)
+    explicit mel_scatter(const veloria::mel_filter_bank& bank) : entries(bins)
     {
         for (std::size_t n = 0; n < bank.filters.size(); ++n) {
             const float* weight = bank.weights.data() + bank.filters[n].first_weight;
             for (int i = 0; i < bank.filters[n].bin_count; ++i) {
-                auto& [first, second] = entries_[static_cast<std::size_t>(bank.filters[n].first_bin + i)];
+                auto& [first, second] = entries[static_cast<std::size_t>(bank.filters[n].first_bin + i)];
                 (first.weight == 0.0f ? first : second) = {n, weight[i]};
             }
         }
@@ -74,8 +74,8 @@ public:
     void energies(const float* power, float* result) const
     {
         std::fill_n(result, veloria::mel_filter_count, 0.0f);
-        for (std::size_t k = 0; k < entries_.size(); ++k)
-            for (const entry& e : entries_[k])
+        for (std::size_t k = 0; k < entries.size(); ++k)
+            for (const entry& e : entries[k])
                 if (e.weight != 0.0f)
                     result[e.filter] += e.weight * power[k];
     }
@@ -85,7 +85,7 @@ private:
         std::size_t filter;
         float weight;
     };
-    std::vector<std::array<entry, 2>> entries_;
+    std::vector<std::array<entry, 2>> entries;
 };
 
 template <class KERNEL>

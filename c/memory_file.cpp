@@ -26,20 +26,20 @@ void check_size_limit(std::uint64_t bytes)
 
 } // namespace
 
-memory_file::memory_file() : descriptor_(memfd_create("veloria", MFD_CLOEXEC))
+memory_file::memory_file() : file(memfd_create("veloria", MFD_CLOEXEC))
 {
-    if (descriptor_ == -1)
+    if (file == -1)
         throw std::system_error(errno, std::generic_category(), "error creating a memory file");
 }
 
 memory_file::~memory_file()
 {
-    ::close(descriptor_);
+    ::close(file);
 }
 
 std::string memory_file::path() const
 {
-    return "/proc/self/fd/" + std::to_string(descriptor_);
+    return "/proc/self/fd/" + std::to_string(file);
 }
 
 std::uint64_t sample_bytes(const veloria_samples& samples)

@@ -19,10 +19,10 @@ public:
     /// Opens the same file again, in this process, as long as this object lives.
     std::string path() const;
 
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return file; }
 
 private:
-    int descriptor_;
+    int file;
 };
 
 /// Size of a sample.

@@ -15,11 +15,11 @@ inline constexpr const char* cause_words[] = {nullptr, "sound", "machine", "outp
 /// A failure whose cause is known where it is thrown.
 class failure : public std::runtime_error {
 public:
-    failure(cause of, const std::string& text) : std::runtime_error(text), cause_(of) {}
-    cause why() const { return cause_; }
+    failure(cause of, const std::string& text) : std::runtime_error(text), known(of) {}
+    cause why() const { return known; }
 
 private:
-    cause cause_;
+    cause known;
 };
 
 } // namespace marquen

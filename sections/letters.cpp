@@ -54,28 +54,25 @@ double affinity(const fit& fitting, double inside_first, double inside_second)
 class grouping {
 public:
     explicit grouping(const std::vector<range>& sections)
-        : count_(sections.size()), sums_(count_ * count_, 0.0), sizes_(count_), group_(count_)
+        : count(sections.size()), sums(count * count, 0.0), sizes(count), group(count)
     {
-        for (std::size_t i = 0; i < count_; ++i) {
-            group_[i] = i;
-            sizes_[i] = sections[i].length();
+        for (std::size_t i = 0; i < count; ++i) {
+            group[i] = i;
+            sizes[i] = sections[i].length();
         }
     }
 
-    void set(std::size_t i, std::size_t j, double affinity)
-    {
-        sum(i, j) = sum(j, i) = affinity * sizes_[i] * sizes_[j];
-    }
+    void set(std::size_t i, std::size_t j, double affinity) { sum(i, j) = sum(j, i) = affinity * sizes[i] * sizes[j]; }
 
     void join_while_fitting()
     {
         for (;;) {
             double best = 0.0;
             std::size_t into = 0, from = 0;
-            for (std::size_t i = 0; i < count_; ++i)
-                for (std::size_t j = i + 1; sizes_[i] > 0.0 && j < count_; ++j)
-                    if (sizes_[j] > 0.0 && sum(i, j) > best * sizes_[i] * sizes_[j]) {
-                        best = sum(i, j) / (sizes_[i] * sizes_[j]);
+            for (std::size_t i = 0; i < count; ++i)
+                for (std::size_t j = i + 1; sizes[i] > 0.0 && j < count; ++j)
+                    if (sizes[j] > 0.0 && sum(i, j) > best * sizes[i] * sizes[j]) {
+                        best = sum(i, j) / (sizes[i] * sizes[j]);
                         into = i;
                         from = j;
                     }
@@ -86,27 +83,27 @@ public:
     }
 
     // The first member of each one's group.
-    const std::vector<std::size_t>& groups() const { return group_; }
+    const std::vector<std::size_t>& groups() const { return group; }
 
 private:
-    double& sum(std::size_t i, std::size_t j) { return sums_[i * count_ + j]; }
+    double& sum(std::size_t i, std::size_t j) { return sums[i * count + j]; }
 
     void join(std::size_t into, std::size_t from)
     {
-        for (std::size_t k = 0; k < count_; ++k)
+        for (std::size_t k = 0; k < count; ++k)
             if (k != into && k != from) {
                 sum(into, k) += sum(from, k);
                 sum(k, into) = sum(into, k);
             }
-        sizes_[into] += sizes_[from];
-        sizes_[from] = 0.0; // gone
-        std::ranges::replace(group_, from, into);
+        sizes[into] += sizes[from];
+        sizes[from] = 0.0; // gone
+        std::ranges::replace(group, from, into);
     }
 
-    std::size_t count_;
-    std::vector<double> sums_;  // of the affinities of all pairs of moments between two groups
-    std::vector<double> sizes_; // moments; 0 for a group that has gone into another
-    std::vector<std::size_t> group_;
+    std::size_t count;
+    std::vector<double> sums;  // of the affinities of all pairs of moments between two groups
+    std::vector<double> sizes; // moments; 0 for a group that has gone into another
+    std::vector<std::size_t> group;
 };
 
 } // namespace

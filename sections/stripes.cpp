@@ -13,8 +13,8 @@ namespace {
 class sliding_diagonals {
 public:
     sliding_diagonals(const square& similarity, int smoothing, int aside)
-        : similarity_(similarity), smoothing_(smoothing), margin_(aside),
-          sums_(static_cast<std::size_t>(similarity.size + 2 * aside + 2), -1)
+        : cells(similarity), width(smoothing), margin(aside),
+          storage(static_cast<std::size_t>(similarity.size + 2 * aside + 2), -1)
     {
         int* const sums = changing();
         std::fill(sums, sums + lags(), 0);
@@ -26,29 +26,29 @@ public:
     }
 
     // Lags at which the window lies inside the square.
-    int lags() const { return similarity_.size - smoothing_ - first_ + 1; }
+    int lags() const { return cells.size - width - first + 1; }
 
     // From -aside - 1 to size + aside.
-    const int* by_lag() const { return sums_.data() + margin_ + 1; }
+    const int* by_lag() const { return storage.data() + margin + 1; }
 
     void advance()
     {
-        const unsigned char* const leaves = similarity_.row(first_) + first_;
-        const unsigned char* const enters = similarity_.row(first_ + smoothing_) + first_ + smoothing_;
+        const unsigned char* const leaves = cells.row(first) + first;
+        const unsigned char* const enters = cells.row(first + width) + first + width;
         int* const sums = changing();
-        ++first_;
+        ++first;
         for (int lag = 0; lag < lags(); ++lag)
             sums[lag] += enters[lag] - leaves[lag];
         sums[lags()] = -1;
     }
 
 private:
-    int* changing() { return sums_.data() + margin_ + 1; }
+    int* changing() { return storage.data() + margin + 1; }
 
-    const square& similarity_;
-    int smoothing_, margin_;
-    int first_ = 0;
-    std::vector<int> sums_;
+    const square& cells;
+    int width, margin;
+    int first = 0;
+    std::vector<int> storage;
 };
 
 // Which lags stand out: no darker than their neighbours, and brighter than those `aside` before and behind.
@@ -102,26 +102,27 @@ std::vector<stripe> find_stripes(const square& similarity, const parameters& cho
 }
 
 common_stripes::common_stripes(int n, int longest, const std::vector<stripe>& stripes)
-    : width_(longest + 2), counts_(static_cast<std::size_t>(n) * static_cast<std::size_t>(longest + 2), 0)
+    : row_length(longest + 2), counts(static_cast<std::size_t>(n) * static_cast<std::size_t>(longest + 2), 0)
 {
     // Each passage counts for all pairs within it: +1 from distance 0 on, -1 from its end on, summed up below.
     for (const stripe& s : stripes)
         for (const int offset : {0, s.lag})
             for (int i = s.passage.begin; i < s.passage.end; ++i) {
-                int* const row = counts_.data() + static_cast<std::ptrdiff_t>(i + offset) * width_;
+                int* const row = counts.data() + static_cast<std::ptrdiff_t>(i + offset) * row_length;
                 ++row[0];
-                --row[std::min(s.passage.end - i, width_ - 1)];
+                --row[std::min(s.passage.end - i, row_length - 1)];
             }
     for (int i = 0; i < n; ++i) {
-        int* const row = counts_.data() + static_cast<std::ptrdiff_t>(i) * width_;
-        for (int distance = 1; distance < width_; ++distance)
+        int* const row = counts.data() + static_cast<std::ptrdiff_t>(i) * row_length;
+        for (int distance = 1; distance < row_length; ++distance)
             row[distance] += row[distance - 1];
     }
 }
 
 int common_stripes::count(int i, int distance) const
 {
-    return counts_[static_cast<std::size_t>(i) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(distance)];
+    return counts[static_cast<std::size_t>(i) * static_cast<std::size_t>(row_length) +
+                  static_cast<std::size_t>(distance)];
 }
 
 int common_stripes::share(int i, int distance) const

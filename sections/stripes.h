@@ -32,8 +32,8 @@ public:
 private:
     int count(int i, int distance) const;
 
-    int width_;
-    std::vector<int> counts_; // by moment and distance
+    int row_length;
+    std::vector<int> counts; // by moment and distance
 };
 
 } // namespace sections

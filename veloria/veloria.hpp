@@ -71,7 +71,7 @@ public:
         for (const std::string& path : paths)
             names.push_back(path.c_str());
         const veloria_settings given = to_c(chosen);
-        started_ = call([&](char* text, std::size_t size) {
+        start = call([&](char* text, std::size_t size) {
             return veloria_start(names.data(), names.size(), to_c(output), &given, &handle, text, size);
         });
     }
@@ -80,22 +80,22 @@ public:
     explicit job(const sound& samples, const std::optional<std::string>& output = {}, const settings& chosen = {})
     {
         const veloria_settings given = to_c(chosen);
-        started_ = call([&](char* text, std::size_t size) {
+        start = call([&](char* text, std::size_t size) {
             return veloria_start_samples(&samples.described, to_c(output), &given, &handle, text, size);
         });
     }
 
-    job(job&& other) noexcept : handle(std::exchange(other.handle, nullptr)), started_(std::move(other.started_)) {}
+    job(job&& other) noexcept : handle(std::exchange(other.handle, nullptr)), start(std::move(other.start)) {}
     job& operator=(job&& other) noexcept
     {
         std::swap(handle, other.handle);
-        std::swap(started_, other.started_);
+        std::swap(start, other.start);
         return *this;
     }
     ~job() { veloria_job_end(handle); }
 
     /// Whether there is a job, or why not. All other functions then have the same outcome.
-    const outcome& started() const { return started_; }
+    const outcome& started() const { return start; }
 
     void cancel() { veloria_job_cancel(handle); }
 
@@ -111,8 +111,8 @@ public:
     /// @return VELORIA_RUNNING when the time is over, else how it ended
     outcome wait(double seconds = -1.0)
     {
-        if (!started_)
-            return started_;
+        if (!start)
+            return start;
         if (veloria_job_wait(handle, seconds) == VELORIA_RUNNING)
             return {VELORIA_RUNNING, veloria_code_word(VELORIA_RUNNING)};
         return call([&](char* text, std::size_t size) { return veloria_job_message(handle, text, size); });
@@ -124,7 +124,7 @@ public:
     outcome wait(REPORT report)
     {
         constexpr double interval_seconds = 0.02;
-        while (started_ && veloria_job_wait(handle, interval_seconds) == VELORIA_RUNNING)
+        while (start && veloria_job_wait(handle, interval_seconds) == VELORIA_RUNNING)
             if constexpr (std::is_void_v<std::invoke_result_t<REPORT, double>>)
                 report(position());
             else if (!report(position()))
@@ -135,8 +135,8 @@ public:
     /// Copies the result of a finished job.
     outcome read(gabarit& result)
     {
-        if (!started_)
-            return started_;
+        if (!start)
+            return start;
         return call([&](char* text, std::size_t size) {
             std::size_t n = 0;
             if (const veloria_code code = veloria_job_size(handle, &n, text, size); code != VELORIA_OK)
@@ -165,7 +165,7 @@ private:
     }
 
     veloria_job* handle = nullptr;
-    outcome started_;
+    outcome start;
 };
 
 } // namespace veloria

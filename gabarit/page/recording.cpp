@@ -39,32 +39,32 @@ int opus_rate_for(int rate_hz)
 class opus_encoder {
 public:
     opus_encoder(int rate_hz, int channels, int kilobits_per_second)
-        : info_{0, rate_hz, channels, SF_FORMAT_OGG | SF_FORMAT_OPUS, 0, 0},
-          file_(sf_open_virtual(&callbacks, SFM_WRITE, &info_, &ogg_), sf_close)
+        : info{0, rate_hz, channels, SF_FORMAT_OGG | SF_FORMAT_OPUS, 0, 0},
+          file(sf_open_virtual(&callbacks, SFM_WRITE, &info, &encoded), sf_close)
     {
         // libsndfile's level 0 is 256 kbit/s for each channel, its level 1 6 kbit/s.
         double level = std::clamp(1.0 - (1000.0 * kilobits_per_second / channels - 6000.0) / 250000.0, 0.0, 1.0);
-        if (!file_ || sf_command(file_.get(), SFC_SET_COMPRESSION_LEVEL, &level, sizeof level) != SF_TRUE)
+        if (!file || sf_command(file.get(), SFC_SET_COMPRESSION_LEVEL, &level, sizeof level) != SF_TRUE)
             fail();
     }
 
     void write(const std::vector<float>& samples, std::int64_t frames)
     {
-        if (sf_writef_float(file_.get(), samples.data(), frames) != frames)
+        if (sf_writef_float(file.get(), samples.data(), frames) != frames)
             fail();
     }
 
     std::string finish()
     {
-        if (sf_close(file_.release()) != 0)
+        if (sf_close(file.release()) != 0)
             fail();
-        return std::move(ogg_);
+        return std::move(encoded);
     }
 
 private:
     [[noreturn]] void fail()
     {
-        throw std::runtime_error(std::string("the sound can't be encoded: ") + sf_strerror(file_.get()));
+        throw std::runtime_error(std::string("the sound can't be encoded: ") + sf_strerror(file.get()));
     }
 
     static sf_count_t write_bytes(const void* bytes, sf_count_t count, void* ogg)
@@ -79,25 +79,25 @@ private:
     static inline SF_VIRTUAL_IO callbacks{size, [](sf_count_t, int, void* ogg) { return size(ogg); },
                                           [](void*, sf_count_t, void*) { return sf_count_t{0}; }, write_bytes, size};
 
-    std::string ogg_;
-    SF_INFO info_;
-    sound_ptr file_;
+    std::string encoded;
+    SF_INFO info;
+    sound_ptr file;
 };
 
 // Largest samples of equal stretches of a sound.
 class peak_meter {
 public:
-    peak_meter(std::int64_t frames, int rate_hz) : frames_(std::max<std::int64_t>(frames, 1))
+    peak_meter(std::int64_t frames, int rate_hz) : length(std::max<std::int64_t>(frames, 1))
     {
         constexpr std::int64_t per_second = 20, most = 20000;
-        peaks_.resize(static_cast<std::size_t>(std::clamp<std::int64_t>(frames_ * per_second / rate_hz, 1, most)));
+        peaks.resize(static_cast<std::size_t>(std::clamp<std::int64_t>(length * per_second / rate_hz, 1, most)));
     }
 
     void add(const std::vector<float>& samples, std::int64_t frames, int channels)
     {
-        for (std::int64_t i = 0; i < frames && position_ < frames_; ++i, ++position_) {
-            float& peak = peaks_[static_cast<std::size_t>(
-                static_cast<double>(position_) / static_cast<double>(frames_) * static_cast<double>(peaks_.size()))];
+        for (std::int64_t i = 0; i < frames && position < length; ++i, ++position) {
+            float& peak = peaks[static_cast<std::size_t>(static_cast<double>(position) / static_cast<double>(length) *
+                                                         static_cast<double>(peaks.size()))];
             for (int c = 0; c < channels; ++c)
                 peak = std::max(peak, std::fabs(samples[static_cast<std::size_t>(i * channels + c)]));
         }
@@ -106,18 +106,18 @@ public:
     // Of the stretches that were reached: a sound may be shorter than it says.
     std::vector<unsigned char> bytes() const
     {
-        const double reached = static_cast<double>(position_) / static_cast<double>(frames_);
+        const double reached = static_cast<double>(position) / static_cast<double>(length);
         std::vector<unsigned char> levels(
-            static_cast<std::size_t>(std::ceil(reached * static_cast<double>(peaks_.size()))));
-        std::ranges::transform(peaks_.begin(), peaks_.begin() + std::ssize(levels), levels.begin(), [](float peak) {
+            static_cast<std::size_t>(std::ceil(reached * static_cast<double>(peaks.size()))));
+        std::ranges::transform(peaks.begin(), peaks.begin() + std::ssize(levels), levels.begin(), [](float peak) {
             return static_cast<unsigned char>(std::lround(255.0f * std::min(peak, 1.0f)));
         });
         return levels;
     }
 
 private:
-    std::int64_t frames_, position_ = 0;
-    std::vector<float> peaks_;
+    std::int64_t length, position = 0;
+    std::vector<float> peaks;
 };
 
 void mix_to_mono(std::vector<float>& samples, std::int64_t frames, int channels)
