@@ -86,7 +86,7 @@ def play(random, song, part, start):
     for channel, voice in zip(CHANNELS, part["voices"]):
         song.programs.append((start - 0.02, channel, voice[1]))
     for bar, place, length, channel, key, velocity in notes:
-        begin = max(start, start + (bar * places + place) * place_seconds + random.normal(0, song.humanise))
+        begin = max(start, start + (bar * places + place) * place_seconds + random.normal(0, song.humanize))
         loudness = int(np.clip(random.normal(velocity, 6), 20, 127))
         song.notes.append((begin, begin + length * place_seconds * random.uniform(0.8, 1.0), channel, key, loudness))
 
@@ -95,7 +95,7 @@ def compose(seed, kind="both", form=None):
     """The song of that seed, in a form of its own if none is given."""
     random = np.random.default_rng([seed, KINDS.index(kind), 5])
     song = Song(seed, kind)
-    song.humanise = random.uniform(0.003, 0.025)
+    song.humanize = random.uniform(0.003, 0.025)
     song.reverb = seed % 2 == 1
     song.form = form or form_of(random)
     meter, place_seconds = int(random.choice([3, 4, 4, 4, 5, 6, 7])), 30 / random.uniform(60, 180)

@@ -1,7 +1,7 @@
 """Composes songs of known form and renders them: what sections.py scores segmentations on.
 
 A song is a row of parts. A part has a key, chords, a melody, instruments and a pattern for each; when it comes again,
-all of that comes again, played by a player who is never twice the same. Timing is humanised throughout, reverb stands
+all of that comes again, played by a player who is never twice the same. Timing is humanized throughout, reverb stands
 on half of the songs, and some have a fade-in, tempo changes, a transposed or varied repeat, speech or applause.
 
 Kinds: `both`: parts differ in harmony and instrumentation; `harmony`, `instruments`: in one of the two alone.
@@ -171,7 +171,7 @@ def play(random, song, part, start, beat_seconds, shift, varied, beats):
     if part.sound != "music":
         song.spoken.append((start, start + beats * beat_seconds, part.sound))
         return
-    sway = song.humanise
+    sway = song.humanize
     lead = part.lead_program
     song.programs += [(start - 0.02, 0, part.chord_program)]
     song.programs += [(start - 0.02, 1, part.bass_program)] if part.bass_program is not None else []
@@ -223,7 +223,7 @@ def compose(seed, kind="both", form=None):
     """The song of that seed, in a form of its own if none is given."""
     random = np.random.default_rng([seed, KINDS.index(kind)])
     song = Song(seed, kind)
-    song.humanise = random.uniform(0.004, 0.02)
+    song.humanize = random.uniform(0.004, 0.02)
     song.fills = random.random() < 0.4
     song.reverb = seed % 2 == 0
     form = by_appearance(form or form_of(random))

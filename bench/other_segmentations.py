@@ -56,22 +56,22 @@ def letters_by_stripes(similarity, cuts):
 
 
 def spectral_clustering(similarity, letters):
-    """Eigenvectors of the Laplacian of repeats and neighbours (B. McFee, D. P. W. Ellis, Proc. ISMIR 2014), grouped by
+    """Eigenvectors of the Laplacian of repeats and neighbors (B. McFee, D. P. W. Ellis, Proc. ISMIR 2014), grouped by
     k-means. Is given the true number of letters, which nobody knows of a recording.
     """
     n = len(similarity)
     distance = 1 - similarity / 255.0
     nearest = np.argsort(distance + 10 * (np.abs(np.subtract.outer(np.arange(n), np.arange(n))) < 3), axis=1)
-    neighbours = int(1 + np.ceil(2 * np.log2(n)))
+    neighbors = int(1 + np.ceil(2 * np.log2(n)))
     linked = np.zeros((n, n), bool)
-    linked[np.arange(n)[:, None], nearest[:, :neighbours]] = True
+    linked[np.arange(n)[:, None], nearest[:, :neighbors]] = True
     linked &= linked.T
     # A median along the diagonals keeps repeats and drops chance.
     smooth = np.zeros((n, n))
     for lag in range(1, n):
         smooth[np.arange(n - lag), np.arange(lag, n)] = scipy.ndimage.median_filter(
             np.diagonal(linked, lag).astype(float), 7, mode="constant")
-    spread = np.median(distance[np.arange(n), nearest[:, neighbours - 1]]) ** 2 + 1e-12
+    spread = np.median(distance[np.arange(n), nearest[:, neighbors - 1]]) ** 2 + 1e-12
     repeats = (smooth + smooth.T) * np.exp(-(distance**2) / spread)
     path = np.zeros((n, n))
     step = np.exp(-(np.diagonal(distance, 1) ** 2) / (np.median(np.diagonal(distance, 1)) ** 2 + 1e-12))
@@ -98,8 +98,8 @@ def plain_similarity(samples, rate_hz, times):
     power = np.abs(np.fft.rfft(frames, axis=1)) ** 2
     hertz = np.fft.rfftfreq(size, 1 / rate_hz)
     mel = 2595 * np.log10(1 + hertz / 700)
-    centres = np.linspace(0, 2595 * np.log10(1 + min(8000, rate_hz / 2) / 700), 42)
-    bank = np.maximum(0, 1 - np.abs(mel[:, None] - centres[None, 1:-1]) / (centres[1] - centres[0]))
+    centers = np.linspace(0, 2595 * np.log10(1 + min(8000, rate_hz / 2) / 700), 42)
+    bank = np.maximum(0, 1 - np.abs(mel[:, None] - centers[None, 1:-1]) / (centers[1] - centers[0]))
     cepstrum = scipy.fft.dct(np.log(power @ bank + 1e-10), norm="ortho", axis=1)[:, :13]
     heard = (hertz > 60) & (hertz < 2000)
     pitch = np.round(12 * np.log2(hertz[heard] / 440)).astype(int) % 12

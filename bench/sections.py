@@ -83,7 +83,7 @@ def with_bytes(gabarit, similarity):
 
 
 def joined(edges, letters):
-    """Neighbours of one letter become one section."""
+    """Neighbors of one letter become one section."""
     kept = [i for i in range(len(letters)) if i == 0 or letters[i] != letters[i - 1]]
     return [edges[i] for i in kept] + [edges[-1]], [letters[i] for i in kept]
 

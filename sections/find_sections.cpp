@@ -21,18 +21,18 @@ bool is_ripple(const square& similarity, const time_axis& times, const parameter
     const int n = similarity.size;
     if (times.step_seconds >= times.window_seconds || n < 2)
         return false;
-    std::int64_t neighbours = 0, all = 0;
+    std::int64_t neighbors = 0, all = 0;
     for (int i = 0; i < n; ++i) {
         const unsigned char* const row = similarity.row(i);
         std::int64_t sum = 0;
         for (int j = 0; j < n; ++j)
             sum += row[j];
         all += sum - full_scale;
-        neighbours += i + 1 < n ? row[i + 1] : 0;
+        neighbors += i + 1 < n ? row[i + 1] : 0;
     }
     const double count = n;
     const double excess =
-        static_cast<double>(neighbours) / (count - 1.0) - static_cast<double>(all) / (count * (count - 1.0));
+        static_cast<double>(neighbors) / (count - 1.0) - static_cast<double>(all) / (count * (count - 1.0));
     return excess < chosen.ripple * full_scale;
 }
 
@@ -77,7 +77,7 @@ std::vector<section> find_sections(const square& similarity, const time_axis& ti
     std::vector<range> runs = cut(similarity, chosen, counts);
     std::vector<int> letters = name_sections(similarity, runs, counts);
     join_rounds(letters);
-    join_equal_neighbours(runs, letters);
+    join_equal_neighbors(runs, letters);
     const std::vector<double> edges = place_cuts(similarity, runs, letters, chosen, counts);
 
     std::vector<section> found;

@@ -170,7 +170,7 @@ void join_rounds(std::vector<int>& letters)
         }
 }
 
-void join_equal_neighbours(std::vector<range>& sections, std::vector<int>& letters)
+void join_equal_neighbors(std::vector<range>& sections, std::vector<int>& letters)
 {
     std::size_t kept = 0;
     for (std::size_t i = 0; i < sections.size(); ++i) {

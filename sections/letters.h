@@ -28,6 +28,6 @@ std::vector<int> name_sections(const square& similarity, const std::vector<range
 void join_rounds(std::vector<int>& letters);
 
 /// Neighbours of one letter become one.
-void join_equal_neighbours(std::vector<range>& sections, std::vector<int>& letters);
+void join_equal_neighbors(std::vector<range>& sections, std::vector<int>& letters);
 
 } // namespace sections

@@ -5,11 +5,11 @@ namespace sections {
 /// What the search goes by. Lengths are seconds; likenesses run from 0 to 1, the byte 255.
 struct parameters {
     double shortest = 4.0;        ///< a section has at least this length
-    double longest = 60.0;        ///< and at most this, unless nothing tells it from its neighbour
+    double longest = 60.0;        ///< and at most this, unless nothing tells it from its neighbor
     double cut_cost = 2.0;        ///< what a further section must gain, at most: seconds of full likeness
     double cut_share = 0.0175;    ///< and as a share of the sound: a short sound has short parts
     double least_cut_cost = 0.6;  ///< and at least
-    double least_contrast = 0.05; ///< of two neighbours: how much more alike each is within than to the other
+    double least_contrast = 0.05; ///< of two neighbors: how much more alike each is within than to the other
     double stripe_share = 0.2;    ///< weight of common stripes beside the bytes
 
     double smoothing = 3.0;        ///< a stripe is smoothed over this length
@@ -28,7 +28,7 @@ struct parameters {
     double pass_likeness = 0.88; ///< between one pass and the next
     double pass_contrast = 0.08; ///< by which that exceeds what is alike within a pass
 
-    double ripple = 0.1; ///< neighbouring windows that overlap are by more than this more alike than any two
+    double ripple = 0.1; ///< neighboring windows that overlap are by more than this more alike than any two
 };
 
 /// The same lengths in moments of a gabarit.

@@ -34,7 +34,7 @@ double largest(const std::vector<double>& values, int begin, int end)
     return most;
 }
 
-// Where a parabola through a summit and its neighbours is highest.
+// Where a parabola through a summit and its neighbors is highest.
 double summit(const std::vector<double>& values, int place)
 {
     const auto p = static_cast<std::size_t>(place);

@@ -51,7 +51,7 @@ private:
     std::vector<int> storage;
 };
 
-// Which lags stand out: no darker than their neighbours, and brighter than those `aside` before and behind.
+// Which lags stand out: no darker than their neighbors, and brighter than those `aside` before and behind.
 void mark_summits(const int* sums, int lags, int aside, int contrast, int brightness, unsigned char* marks)
 {
     for (int lag = 0; lag < lags; ++lag) {
