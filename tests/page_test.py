@@ -347,6 +347,8 @@ class PageTest(unittest.TestCase):
                     self.assertEqual(self.js("window.gabarit.level(0, 0)"), 255)
                     self.point(0.2, 0.2, click=True)
                     self.assertTrue(self.find("#readout").text.endswith("· 255"))
+                self.js("window.gabarit.goto(0, 0)")
+                self.assertEqual(self.find("#hear").is_displayed(), n > 0)
                 for key in "+-0fpovc" + Keys.ARROW_UP + Keys.ENTER:
                     self.key(key)
                 self.settle()

@@ -203,6 +203,7 @@ async function openPage() {
         const notice = document.getElementById("notice");
         notice.hidden = false;
         notice.textContent = "The sound is shorter than a step: there are no moments to compare.";
+        for (const id of ["readout", "hear", "follow"]) document.getElementById(id).hidden = true;
     }
     waveform.setAttribute("aria-valuemax", Math.floor(facts.sound?.seconds ?? 0));
     const recording = document.getElementById("recording");

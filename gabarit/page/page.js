@@ -160,6 +160,7 @@ function tell() {
 
 /** Chooses a cell and moves the view so that it is seen. */
 function choose(i, j) {
+    if (n === 0) return;
     const inside = (k) => Math.min(Math.max(k, 0), n - 1);
     chosen = {i: inside(i), j: inside(j)};
     pointed = null;
