@@ -24,7 +24,7 @@ if TYPE_CHECKING:
     Progress = Union[bool, None, Callable[[float], object]]
 
 _POLL_SECONDS = 0.05  # how long an interrupt may wait to be seen
-_END_SECONDS = 0.1  # how long a canceled job is waited for; then it ends by itself
+_END_SECONDS = 0.05  # how long a canceled job is waited for; then it ends by itself
 _SAMPLES_NAME = "<samples>"  # what the gabarit of an array records as its sound
 
 
