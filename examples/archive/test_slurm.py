@@ -58,24 +58,37 @@ NodeName={host} NodeAddr=127.0.0.1 CPUs=2 RealMemory=4000 State=UNKNOWN
 PartitionName=all Nodes=ALL Default=YES MaxTime=INFINITE State=UP
 """
 
-# Stands in front of marquen. One sound takes 500 MB in the first try of its job, which may take 400; one takes forever,
-# once, in the second run; and while the file "hold" is there, all but five calls for good sounds wait: so there are jobs
-# to disturb, however fast the machine is.
+# Stands in front of marquen. While the file "hold" is there, all but five calls for good sounds wait: so there are jobs to
+# disturb, however fast the machine is. In the second run one sound takes 900 MB, once, and then won't do with the memory
+# of a first try; one takes forever, once.
 STAND_IN = """#!/bin/sh
 cd {here}
 if [ -n "$SLURM_JOB_ID" ]; then
     case "$*" in
     */bad/*) ;;
-    *) mktemp calls/XXXXXXXX >/dev/null
-       while [ -e hold ] && [ "$(ls calls | wc -l)" -gt 5 ]; do sleep 0.1; done ;;
+    */greedy.wav* | */slow.wav*) [ -e second ] || exit 4 ;;
+    *) mktemp calls/XXXXXXXX >/dev/null ;;
     esac
     case "$*" in
-    */greedy.wav*"--max_memory 260MB"*) exec python3 -c 'x = b"x" * 500000000; import time; time.sleep(600)' ;;
-    */slow.wav*) if [ -e second ] && [ ! -e slow ]; then touch slow; exec sleep 600; fi ;;
+    */bad/*) ;;
+    *) while [ -e hold ] && [ "$(ls calls | wc -l)" -gt 5 ]; do sleep 0.1; done ;;
+    esac
+    case "$*" in
+    */greedy.wav*)
+        if [ ! -e greedy ]; then touch greedy; exec python3 greedy.py; fi
+        case "$*" in *"--max_memory 260MB"*) exit 4 ;; esac ;;
+    */slow.wav*) if [ ! -e slow ]; then touch slow; exec sleep 600; fi ;;
     esac
 fi
 cd "$OLDPWD"
 exec {marquen} "$@"
+"""
+GREEDY = """import time
+taken = []
+for _ in range(18):
+    taken.append(b"x" * 50000000)
+    time.sleep(0.3)
+time.sleep(600)
 """
 
 
@@ -177,7 +190,11 @@ class Run:
         with open(f"{stand_ins}/marquen", "w") as file:
             file.write(STAND_IN.format(here=folder, marquen=shutil.which("marquen")))
         os.chmod(f"{stand_ins}/marquen", 0o755)
-        self.environment = dict(os.environ, PATH=stand_ins + os.pathsep + os.environ["PATH"])
+        with open(f"{folder}/greedy.py", "w") as file:
+            file.write(GREEDY)
+        # The user may have no home for the cache of Snakemake.
+        more = {"PATH": stand_ins + os.pathsep + os.environ["PATH"], "XDG_CACHE_HOME": f"{folder}/cache"}
+        self.environment = {**os.environ, **more}
         self.log = open(f"{folder}/log", "w+")
 
     def start(self, *options):
