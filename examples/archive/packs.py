@@ -75,7 +75,7 @@ def show_progress(names, sound_count):
         while os.path.isdir("packs"):
             done, failed = count_ends(names)
             line = f"{done} done, {failed} failed, {sound_count - done - failed} left, {clock(time.monotonic() - begin)}"
-            print("\r" + line if is_terminal else line, end="" if is_terminal else "\n", file=sys.stderr, flush=True)
+            print(line, end="\r" if is_terminal else "\n", file=sys.stderr, flush=True)  # the next text overwrites it
             time.sleep(1 if is_terminal else 60)
 
     threading.Thread(target=watch, daemon=True).start()
