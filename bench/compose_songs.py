@@ -304,7 +304,7 @@ def speech(random, seconds, folder):
 
 
 def applause(random, seconds):
-    """Many hands, each clap a short burst of coloured noise."""
+    """Many hands, each clap a short burst of colored noise."""
     count = int(seconds * RATE_HZ)
     claps = np.zeros(count)
     hits = random.integers(0, count, int(seconds * 180))

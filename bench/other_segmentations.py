@@ -90,7 +90,7 @@ def spectral_clustering(similarity, letters):
 
 
 def plain_similarity(samples, rate_hz, times):
-    """Bytes of a square of Euclidean distances between MFCC and chroma, each column standardised: what a page of numpy
+    """Bytes of a square of Euclidean distances between MFCC and chroma, each column standardized: what a page of numpy
     makes of a sound. The mean of 1 s around each moment.
     """
     size, hop = 4096, 1024

@@ -22,7 +22,7 @@ struct time_axis {
     double window_seconds; ///< that each stands for, greater than 0
 };
 
-/// The form of a sound: its sections in order, from 0 to half a step behind the last moment. Neighbours of one letter
+/// The form of a sound: its sections in order, from 0 to half a step behind the last moment. Neighbors of one letter
 /// are passes of a part that begins anew. Without moments there are none.
 std::vector<section> find_sections(const square& similarity, const time_axis& times,
                                    const parameters& chosen = parameters{});

@@ -27,7 +27,7 @@ std::vector<int> name_sections(const square& similarity, const std::vector<range
 /// part that fills the whole sound, bars differ as much as parts do elsewhere.
 void join_rounds(std::vector<int>& letters);
 
-/// Neighbours of one letter become one.
+/// Neighbors of one letter become one.
 void join_equal_neighbors(std::vector<range>& sections, std::vector<int>& letters);
 
 } // namespace sections

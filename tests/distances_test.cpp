@@ -123,7 +123,7 @@ TEST(FrameDistances, StopsAtEveryReport)
     }
 }
 
-TEST(QuantiseDistances, RoundsHalvesUpAndGivesNothingToNaN)
+TEST(QuantizeDistances, RoundsHalvesUpAndGivesNothingToNaN)
 {
     for (const auto& [value, byte] : {std::pair{0.5, 128}, {std::nextafter(0.5, 1.0), 127}, {0.0, 255}, {nan, 0}}) {
         tavel::Matrix<double> distance(3, 3);

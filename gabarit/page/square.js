@@ -29,7 +29,7 @@ async function inflate(bytes) {
 }
 
 /**
- * A square of size by size bytes that arrives in tiles of its upper half, each as differences from its neighbours:
+ * A square of size by size bytes that arrives in tiles of its upper half, each as differences from its neighbors:
  * d(i, j) = a(i, j) - a(i - 1, j) - a(i, j - 1) + a(i - 1, j - 1) modulo 256, a being 0 outside the tile.
  */
 class TiledSquare {
