@@ -83,6 +83,13 @@ void draw(const job& one, const options& chosen, const std::function<void(double
         done.warnings.push_back(error_line("'" + one.picture + "': " + remark, one));
 }
 
+void write_sections(const job& one, const options& chosen, summary& done)
+{
+    const gabarit::form found = gabarit::read_form(one.similarity);
+    gabarit::write_form(found, one.sections, treatment_of(chosen));
+    done.form = gabarit::letters_of(found);
+}
+
 // A sound of several files is heard by its first.
 void write_page(const job& one, const options& chosen, const std::function<void(double)>& report)
 {
@@ -111,8 +118,7 @@ summary::outcome analyze_and_draw(const job& one, const options& chosen, progres
         };
     };
     make_output(one.picture, [&] { draw(one, chosen, reports_on("drawing"), done); });
-    make_output(one.sections,
-                [&] { gabarit::write_form(gabarit::read_form(one.similarity), one.sections, treatment_of(chosen)); });
+    make_output(one.sections, [&] { write_sections(one, chosen, done); });
     make_output(one.page, [&] { write_page(one, chosen, reports_on("encoding")); });
     return interrupt_watch::signal() == 0 ? summary::finished : summary::canceled;
 }

@@ -54,6 +54,7 @@ std::string to_json(const summary& done, const job& one, const options& chosen)
         {"similarity", text_or_null(one.similarity)},
         {"picture", text_or_null(one.picture)},
         {"sections", text_or_null(one.sections)},
+        {"form", done.form ? json(*done.form) : json()},
         {"page", text_or_null(one.page)},
         {"features_type", features_words[chosen.features]},
         {"features_modeling", modeling_words[chosen.modeling]},

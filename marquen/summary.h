@@ -20,6 +20,7 @@ struct summary {
     double work_seconds = 0.0;
     std::vector<std::string> input_digests; ///< SHA-256 of each file, of what was finished; none if not asked for
     std::string similarity_digest;
+    std::optional<std::string> form;   ///< "A A B A", if sections were written
     std::int64_t file_bytes = -1;      ///< of the gabarit; -1 for what wasn't finished, or is no file
     std::string error;                 ///< one line; empty for what was planned or finished
     std::vector<std::string> warnings; ///< a line each

@@ -73,7 +73,8 @@ class FormFiles(unittest.TestCase):
             self.assertAlmostEqual(start, truth, delta=0.5)
 
     def test_marquen_writes_them_in_the_same_run(self):
-        self.run_in(["marquen", "demo.wav", "--out", "results", "--sections", "--quiet"])
+        said = self.run_in(["marquen", "demo.wav", "--out", "results", "--sections", "--quiet", "--json"])
+        self.assertEqual(json.loads(said)["form"], "A A B A")
         labels = Path(self.folder.name, "results/demo.txt").read_bytes()
         self.assertEqual(labels, self.written(".txt").read_bytes())
 

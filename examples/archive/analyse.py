@@ -45,18 +45,12 @@ def run_marquen(sound_path, sound_id, mem_mb, settings, folder):
     command = ["marquen", f"--input={sound_path}", "--similarity", outputs[0], "--picture", outputs[1]]
     if mem_mb:  # a refusal has reasons, a kill has none; the tenth is for what the plan leaves out
         command += ["--max_memory", f"{max(1, mem_mb * 9 // 10 - BESIDE_MARQUEN_MB)}MB"]
-    done = run(command + ["--json", "--quiet", *settings], folder)
+    done = run(command + ["--sections", "--json", "--quiet", *settings], folder)
     if done.returncode not in (0, 1) or not done.stdout:  # without memory to load a sound the library ends with 1
         raise Accident(done.stderr.strip() or f"marquen ended with status {done.returncode}")
-    return json.loads(done.stdout)
-
-
-def form_of(gabarit, folder):
-    """The form of the sound; an accident if the gabarit is not whole."""
-    done = run(["gabarit", "sections", "--json", gabarit], folder)
-    if done.returncode != 0:
-        raise Accident(done.stderr.strip())
-    return json.loads(done.stdout)["form"]
+    facts = json.loads(done.stdout)
+    del facts["sections"]  # of them the form is kept
+    return facts
 
 
 def put_in_place(folder, name):
@@ -99,7 +93,6 @@ def analyse(root, sound, mem_mb, pages, settings, folder):
         record = {"state": "failed", "error": "is no regular file"}
     record = {"sound": archive.showable(sound), "sound_state": state, "settings": settings, "pages": pages, **record}
     if record["state"] == "finished":
-        record["form"] = form_of(gabarit, folder)
         if archive.state_of(path) != state:
             raise Accident("the sound changed while it was analysed")
         if pages:

@@ -41,7 +41,7 @@ def state_of_sound(sound):
     elif record["state"] == "finished" and not os.path.exists(archive.gabarit_of(sound_id)):
         record = {"state": "missing", "error": "its gabarit was removed: the next run makes it again"}
     record.update(id=sound_id, sound=archive.showable(sound), error=archive.showable(record["error"] or ""))
-    record.setdefault("form", "")
+    record["form"] = record.get("form") or ""
     record.setdefault("warnings", [])
     record.update(gabarit="", picture="", page="")
     if record["state"] == "finished":
