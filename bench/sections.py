@@ -38,7 +38,7 @@ class Bench:
         self.folder = folder
 
     def song(self, style, kind, seed, form=None):
-        """Composes, renders and analyses a song, once."""
+        """Composes, renders and analyzes a song, once."""
         song = STYLES[style].compose(seed, kind, form)
         song.path = self.folder / f"{style}-{kind}{seed}{form or ''}.wav"
         if not song.path.exists():

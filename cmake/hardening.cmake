@@ -1,5 +1,5 @@
 # The hardening of Debian's packages: stack protector, checked functions of the C library, read-only relocations, format
-# errors; for all that is compiled. None of it changes a sum. The optimisation stays that of the build.
+# errors; for all that is compiled. None of it changes a sum. The optimization stays that of the build.
 find_program(DPKG_BUILDFLAGS dpkg-buildflags)
 if(NOT DPKG_BUILDFLAGS OR NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
     return()

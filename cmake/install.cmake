@@ -38,7 +38,7 @@ install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/veloria-config-version.cmake
     DESTINATION ${package_dir} COMPONENT development)
 
-# Told from where the file itself lies, so that the prefix can be chosen at installation and moved afterwards.
+# Found from where the file itself lies, so that the prefix can be chosen at installation and moved afterwards.
 file(RELATIVE_PATH VELORIA_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 cmake_path(APPEND VELORIA_PC_LIBDIR "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
 cmake_path(APPEND VELORIA_PC_INCLUDEDIR "\${prefix}" "${CMAKE_INSTALL_INCLUDEDIR}")

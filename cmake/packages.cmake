@@ -68,7 +68,7 @@ if(TARGET documentation)
 endif()
 
 set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package tells its own in its first line
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own in its first line
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_STRIP_FILES ON)
@@ -126,7 +126,7 @@ by sound color, harmony or both, and writes the result as a gabarit: an SDIF
 file that shows as a square picture in which repeats are stripes and sections
 are blocks.
 
-gabarit tells what such files hold, verifies and draws them, and exports their
+gabarit describes such files, verifies and draws them, and exports their
 numbers for NumPy and for annotation programs.")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME ${package_python})

@@ -46,7 +46,7 @@ void add_options(CLI::App& command, arguments& given)
     add_force(command, given.options.treatment);
 }
 
-// Told before the sound is encoded, which takes its time.
+// Reported before the sound is encoded, which takes its time.
 void check_output(const arguments& given)
 {
     for (const std::string& input : {given.options.sound, given.options.other, given.sections})

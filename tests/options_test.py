@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What the programs take, what the manual tells and what the shell completes are the same, and the bytes that
+"""What the programs take, what the manual documents and what the shell completes are the same, and the bytes that
 gabarit(5) shows are those that its commands make.
 
 usage: options_test.py ROOT MARQUEN GABARIT
@@ -91,7 +91,7 @@ class Options(unittest.TestCase):
                     if words:
                         for typed in ([name, ""], [name, "="], [name, "=", ""]):
                             self.assertEqual(completions([*command, *typed]), words)
-                if len(command) > 1: # --help is told once, for all
+                if len(command) > 1: # --help is documented once, for all
                     options = {name: words for name, words in options.items() if name not in ("-h", "--help")}
                 self.assertEqual(options_of_manual(command), options)
 

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Analyses sounds of an archive, one after the other, into the current folder.
+"""Analyzes sounds of an archive, one after the other, into the current folder.
 
     analyse.py [--mem_mb N] [--pages] FOLDER_OF_SOUNDS LIST [SETTING OF MARQUEN...]
 
 LIST is a file of paths below FOLDER_OF_SOUNDS, each ended by a zero byte; "-" is the standard input. Writes of each
 gabarits/ID.sdif, pictures/ID.png and at last records/ID.json, which alone says that the sound is
-done. A sound that marquen refuses for its own sake is done too: its record tells why. Everything else that goes wrong,
+done. A sound that marquen refuses for its own sake is done too: its record says why. Everything else that goes wrong,
 such as a signal, a lack of memory or a full disk, is no trait of the sound: it leaves no record but logs/ID.log, the
 others go on, and the exit status is 1, so that the sound is taken again.
 """
@@ -80,7 +80,7 @@ def write_page(sound_path, gabarit, page, folder):
 
 
 def analyse(root, sound, mem_mb, pages, settings, folder):
-    """Analyses one sound within a folder of its own."""
+    """Analyzes one sound within a folder of its own."""
     sound_id = archive.to_id(sound)
     path = os.path.abspath(os.path.join(root, sound))
     state = archive.state_of(path)
@@ -94,7 +94,7 @@ def analyse(root, sound, mem_mb, pages, settings, folder):
     record = {"sound": archive.showable(sound), "sound_state": state, "settings": settings, "pages": pages, **record}
     if record["state"] == "finished":
         if archive.state_of(path) != state:
-            raise Accident("the sound changed while it was analysed")
+            raise Accident("the sound changed while it was analyzed")
         if pages:
             write_page(path, gabarit, page, folder)
         elif os.path.exists(page):  # of an older state of the sound
@@ -150,7 +150,7 @@ def append(path, data):
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Analyses sounds of an archive into the current folder.")
+    parser = argparse.ArgumentParser(description="Analyzes sounds of an archive into the current folder.")
     parser.add_argument("--mem_mb", type=int, help="refuse a sound that needs more")
     parser.add_argument("--pages", action="store_true", help="write listening pages too")
     parser.add_argument("root")

@@ -2,7 +2,7 @@
 """Makes an archive of sounds to try the workflow on: make_sounds.py FOLDER [COUNT [LONGEST [BAD]]]
 
 COUNT sounds (200) of 3 to LONGEST (30) seconds of different kinds and formats, in folders, some with odd names, and
-among them BAD (5, the least) that can't be analysed. The same call makes the same bytes.
+among them BAD (5, the least) that can't be analyzed. The same call makes the same bytes.
 """
 
 import array

@@ -1,4 +1,4 @@
-"""Packs of sounds: what one job of the workflow analyses, one sound after the other.
+"""Packs of sounds: what one job of the workflow analyzes, one sound after the other.
 
 A pack is a file packs/NAME.list of sounds. Its job writes beside it NAME.tried, the sounds that it began with, NAME.ends,
 a letter for each record, d or r for done or refused, and NAME.done when each sound of the list has one.

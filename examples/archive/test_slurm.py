@@ -226,7 +226,7 @@ class Run:
         return found
 
     def compare_with_plain(self, folder):
-        """Analyses each sound by itself and compares the bytes; returns how many were done and refused."""
+        """Analyzes each sound by itself and compares the bytes; returns how many were done and refused."""
         done = refused = 0
         for sound in archive.find_sounds(self.sounds)[0]:
             gabarit = archive.gabarit_of(archive.to_id(sound))

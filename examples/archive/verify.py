@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Analyses a sample of an archive's sounds again and compares: verify.py FOLDER_OF_SOUNDS SHARE OUT
+"""Analyzes a sample of an archive's sounds again and compares: verify.py FOLDER_OF_SOUNDS SHARE OUT
 
 SHARE is the part of the sounds that is taken, 0 to 1, the same ones each time. Writes verified.tsv, a line for each:
 whether the result is the same, what `gabarit repro` says, the ID. OUT is an empty file that says that all were taken.

@@ -143,7 +143,7 @@ function showState() {
     markPart(sound.currentTime);
 }
 
-/** Tells both times and the level of the cell under the pointer, or else of the chosen one. */
+/** Shows both times and the level of the cell under the pointer, or else of the chosen one. */
 function tell() {
     const cell = pointed ?? chosen;
     if (!cell) return;
