@@ -21,6 +21,8 @@
 /// must count on this check. All of them but getMaxPosition() throw std::runtime_error "error locking mutex" if the
 /// job's lock fails.
 ///
+/// A process forked while jobs run may inherit a lock that nobody gives back: it must start no job before an exec.
+///
 /// One failure is neither thrown nor stored: **without memory to load the sound, the process ends** with status 1
 /// and two lines on the standard error stream.
 namespace veloria {
