@@ -3,13 +3,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdio>
-
 namespace marquen {
 
 decoder_silence::decoder_silence() : shown(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3))
 {
-    std::fflush(stderr);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (shown >= 0 && nowhere >= 0)
         dup2(nowhere, STDERR_FILENO);

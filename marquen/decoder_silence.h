@@ -3,7 +3,7 @@
 namespace marquen {
 
 /// Keeps what decoders write to stderr by themselves, such as libmpg123 on an odd header, from being seen as long as it
-/// lives. libsndfile has no way to tell them. For calls of this thread that write nothing else there.
+/// lives. libsndfile has no way to quiet them. For calls of this thread that write nothing else there.
 class decoder_silence {
 public:
     decoder_silence();
